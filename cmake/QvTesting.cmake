@@ -1,0 +1,36 @@
+# GoogleTest from the sources that Debian installs, and the two ways to add a test.
+include_guard()
+
+set(QV_GOOGLETEST_DIR /usr/src/googletest CACHE PATH "GoogleTest's sources (Debian: package googletest)")
+set(BUILD_GMOCK OFF CACHE BOOL "")
+set(INSTALL_GTEST OFF CACHE BOOL "")
+set(CMAKE_COMPILE_WARNING_AS_ERROR_SAVED ${CMAKE_COMPILE_WARNING_AS_ERROR})
+set(CMAKE_COMPILE_WARNING_AS_ERROR OFF)
+add_subdirectory("${QV_GOOGLETEST_DIR}" "${PROJECT_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL SYSTEM)
+set(CMAKE_COMPILE_WARNING_AS_ERROR ${CMAKE_COMPILE_WARNING_AS_ERROR_SAVED})
+
+# qv_add_test(NAME SOURCES...): a GoogleTest program against the shared library, as one test.
+# It finds its data below QV_TEST_DATA, and runs with the 1 MB stack of a plain Windows program.
+function(qv_add_test name)
+  add_executable(${name} ${ARGN})
+  target_link_libraries(${name} PRIVATE qv GTest::gtest_main qv_compile_options)
+  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+  target_compile_definitions(
+    ${name} PRIVATE QV_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data/"
+                    QV_STDLIB="${PROJECT_SOURCE_DIR}/stdlib/stdlib.qvs"
+                    QV_TEST_OUTPUT="${PROJECT_BINARY_DIR}/test-output/")
+  if(WIN32)
+    target_link_options(${name} PRIVATE -Wl,--stack,1048576)
+  endif()
+  file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/test-output")
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+endfunction()
+
+# qv_add_internal_test(NAME SOURCES...): the same for what the library does not export; the
+# library's objects are linked in.
+function(qv_add_internal_test name)
+  qv_add_test(${name} ${ARGN})
+  set_property(TARGET ${name} PROPERTY LINK_LIBRARIES qv_objects GTest::gtest_main qv_compile_options)
+  target_compile_definitions(${name} PRIVATE QV_BUILDING_LIBRARY)
+endfunction()
