@@ -1,0 +1,51 @@
+#pragma once
+
+#include "base/Export.h"
+#include "base/Vectors.h"
+
+namespace qvLinear {
+
+/// An affine map of space: four rows of three numbers.
+///
+/// Rows 0 to 2 are the linear part A, row 3 is the translation T. A point is a row vector on the
+/// left, p' = p A + T, so that a product reads in the order of application.
+///
+///     AffineMatrix m;                            // the identity
+///     m.rotate(std::numbers::pi, Normal(0, 1, 0)); // appended: applied after what m did so far
+///     m.translate(Vector(0, 0, -10));            // in m's own, now turned, space
+class QV_EXPORT AffineMatrix {
+public:
+    /// `scale` on the diagonal, no translation; the identity by default.
+    explicit AffineMatrix(double scale = 1.0);
+
+    /// Element `i` in storage order, row after row: 3 * row + column.
+    double& operator[](unsigned int i) { return fElements[i]; }
+    double operator[](unsigned int i) const { return fElements[i]; }
+    /// Element in row 0..3, column 0..2.
+    double& operator()(unsigned int row, unsigned int column) { return fElements[3 * row + column]; }
+    double operator()(unsigned int row, unsigned int column) const { return fElements[3 * row + column]; }
+
+    /// Makes this the identity.
+    void identity();
+
+    /// The full affine inverse. A singular linear part gives non-finite elements.
+    AffineMatrix inverse() const;
+
+    /// Appends a right-handed rotation by `radians` about `axis` through the origin: a point is
+    /// first mapped by the matrix so far and then turned. The axis is normalised; a zero axis
+    /// changes nothing. Source: Rodrigues' rotation formula.
+    void rotate(double radians, const Normal& axis);
+
+    /// Moves in the matrix's own space: the translation gains `v` times the linear part.
+    void translate(const Vector& v);
+
+    /// out = in A + T. `out` and `in` may be the same point.
+    void preMult(Point& out, const Point& in) const;
+
+private:
+    double fElements[12];
+};
+
+static_assert(sizeof(AffineMatrix) == 96, "no padding");
+
+} // namespace qvLinear

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "base/Points.h"
+
+namespace qvLinear {
+
+/// A direction with a length.
+struct Vector {
+    Vector() = default;
+    Vector(double vx, double vy, double vz) : x(vx), y(vy), z(vz) {}
+
+    double length() const { return std::sqrt(x * x + y * y + z * z); }
+
+    /// Scales the vector to length 1, in place. A zero vector stays.
+    void normalize() {
+        const double size = length();
+        if (size != 0) {
+            x /= size;
+            y /= size;
+            z /= size;
+        }
+    }
+
+    double x = 0;
+    double y = 0;
+    double z = 0;
+};
+
+/// A direction with a length, single precision.
+struct VectorFlt {
+    VectorFlt() = default;
+    VectorFlt(float vx, float vy, float vz) : x(vx), y(vy), z(vz) {}
+
+    float x = 0;
+    float y = 0;
+    float z = 0;
+};
+
+/// A direction whose length carries no meaning, such as an axis of rotation.
+struct Normal {
+    Normal() = default;
+    Normal(double nx, double ny, double nz) : x(nx), y(ny), z(nz) {}
+
+    double x = 0;
+    double y = 0;
+    double z = 0;
+};
+
+static_assert(sizeof(Vector) == 24 && sizeof(VectorFlt) == 12 && sizeof(Normal) == 24, "no padding");
+
+} // namespace qvLinear
