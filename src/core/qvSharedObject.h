@@ -1,0 +1,57 @@
+#pragma once
+
+#include "base/Export.h"
+
+#include <cstddef>
+
+/// The base of every object that several owners share: an intrusive reference count.
+///
+/// An object starts with the count 0; its creator calls `ref()`, everyone who keeps it calls
+/// `ref()`, and everyone who drops it calls `unref()`. The last `unref()` destroys it. `delete`
+/// is not the way to free a shared object and says so.
+///
+///     auto* box = new SharedBox; // count 0
+///     box->ref();                // 1: ours
+///     scene.add(box);            // 2: the scene's, too
+///     box->unref();              // 1: the scene keeps it alive
+///
+/// Counting is not synchronised: one thread at a time.
+class QV_EXPORT qvSharedObject {
+public:
+    qvSharedObject() = default;
+    /// On purpose: a copy starts with the count of its source.
+    qvSharedObject(const qvSharedObject& other) = default;
+    /// On purpose: the source's count overwrites the target's own.
+    qvSharedObject& operator=(const qvSharedObject& other) = default;
+    virtual ~qvSharedObject();
+
+    /// Adds a reference. Returns the new count.
+    int ref() { return ++fRefCount; }
+    /// The same for a pointer that may be null, which gives 0.
+    static int ref(qvSharedObject* object) { return object ? object->ref() : 0; }
+
+    /// Drops a reference. Destroys the object when none is left (also when there was none before)
+    /// and returns 0; otherwise returns the new count.
+    int unref();
+    /// The same for a pointer that may be null, which gives 0.
+    static int unref(qvSharedObject* object) { return object ? object->unref() : 0; }
+
+    /// Drops a reference without ever destroying the object. Returns the new count, which may be
+    /// negative.
+    int unrefNoDelete() { return --fRefCount; }
+
+    /// The number of references.
+    int refCount() const { return fRefCount; }
+
+    /// Allocates through the global allocation function.
+    static void* operator new(std::size_t size);
+    /// Construction in place, as standard containers do it.
+    static void* operator new(std::size_t, void* place) noexcept { return place; }
+    /// On purpose: prints a warning to standard output and leaks the storage.
+    static void operator delete(void* storage);
+    /// Ends a construction in place that threw.
+    static void operator delete(void*, void*) noexcept {}
+
+private:
+    int fRefCount = 0;
+};
