@@ -34,3 +34,24 @@ function(qv_add_internal_test name)
   set_property(TARGET ${name} PROPERTY LINK_LIBRARIES qv_objects GTest::gtest_main qv_compile_options)
   target_compile_definitions(${name} PRIVATE QV_BUILDING_LIBRARY)
 endfunction()
+
+# qv_add_output_test(NAME TARGET EXPECTED [ARGS arguments...] [RESULT exit-code]): runs the program
+# TARGET; its standard output must be the bytes of the file EXPECTED below tests/data.
+function(qv_add_output_test name target expected)
+  cmake_parse_arguments(PARSE_ARGV 3 arg "" "RESULT" "ARGS")
+  if(NOT DEFINED arg_RESULT)
+    set(arg_RESULT 0)
+  endif()
+  set(command $<TARGET_FILE:${target}> ${arg_ARGS})
+  if(CMAKE_CROSSCOMPILING)
+    list(PREPEND command ${CMAKE_CROSSCOMPILING_EMULATOR})
+  endif()
+  file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/test-output")
+  add_test(
+    NAME ${name}
+    COMMAND
+      "${CMAKE_COMMAND}" "-DCOMMAND=${command}" "-DEXPECTED=${PROJECT_SOURCE_DIR}/tests/data/${expected}"
+      "-DACTUAL=${PROJECT_BINARY_DIR}/test-output/${name}.txt" -DRESULT=${arg_RESULT} -P
+      "${PROJECT_SOURCE_DIR}/cmake/RunAndCompare.cmake")
+  set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+endfunction()
