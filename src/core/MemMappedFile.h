@@ -1,0 +1,38 @@
+#pragma once
+
+#include "base/Export.h"
+
+#include <string>
+#include <vector>
+
+/// The bytes of text files, held in memory so that a reader can look at any position. Each file is
+/// followed by the byte 0xFF and three line feeds. No file stays open.
+///
+///     MemMappedFile file;
+///     if (file.open("stdlib.qvs")) { char first = file[0]; … }
+class QV_EXPORT MemMappedFile {
+public:
+    /// Appends the file in text mode (the platform's line ends become line feeds). Returns false
+    /// with the bytes unchanged when the file cannot be opened or read (a folder, say), or when
+    /// more than 2^31 - 1 bytes would be held.
+    bool open(std::string fileName);
+
+    /// The byte at `index`; throws an `Exception` of type `kInputError` at `size()` and beyond.
+    char operator[](unsigned long index) const {
+        if (index >= fBytes.size()) [[unlikely]] {
+            throwBeyondEnd();
+        }
+        return fBytes[index];
+    }
+
+    /// How many bytes are held, those appended behind each file included.
+    unsigned int size() const { return static_cast<unsigned int>(fBytes.size()); }
+
+    /// The first byte; null while nothing is held.
+    const char* data() const { return fBytes.data(); }
+
+private:
+    [[noreturn]] static void throwBeyondEnd();
+
+    std::vector<char> fBytes;
+};
