@@ -1,0 +1,21 @@
+#pragma once
+
+#include "base/Export.h"
+
+#include <string>
+
+namespace qvShadingDag {
+
+/// A place in a source file.
+struct QV_EXPORT FileLocation {
+    FileLocation() = default;
+    FileLocation(unsigned int theLine, unsigned int theColumn) : line(theLine), column(theColumn) {}
+
+    /// "line 12, column 5"
+    std::string toString() const;
+
+    unsigned int line = 1;   ///< counted from 1
+    unsigned int column = 1; ///< counted from 1, in bytes; a tab counts as one
+};
+
+} // namespace qvShadingDag

@@ -1,0 +1,319 @@
+#include "shadingdag/Tokenizer.h"
+
+#include "core/Exception.h"
+
+#include <utility>
+
+namespace qvShadingDag {
+
+namespace {
+
+struct Keyword {
+    const char* text;
+    TokenType type;
+};
+
+constexpr Keyword kKeywords[] = {
+    {"out", kOut},         {"return", kReturn}, {"output", kOutputKeyword}, {"constant", kConstant},
+    {"uniform", kUniform}, {"vertex", kVertex}, {"fragment", kFragment},
+};
+
+TokenType typeOfWord(const std::string& word) {
+    for (const Keyword& keyword : kKeywords) {
+        if (word == keyword.text) {
+            return keyword.type;
+        }
+    }
+    return kIdentifier;
+}
+
+} // namespace
+
+bool Tokenizer::openFile(std::string fileName) {
+    return fSource.open(std::move(fileName));
+}
+
+// Every read goes through charAt(), which throws at the end of the source: a token that touches
+// the end is given up wherever that happens, and the end is reported in its place.
+Token* Tokenizer::nextToken(Token* token) {
+    token->reset();
+    if (fPosition >= fSource.size()) {
+        token->setType(kEndOfInput);
+        return token;
+    }
+    try {
+        skipWhitespace();
+        token->fFileLocation = FileLocation(fLine, fColumn);
+        const char c = charAt(fPosition);
+        switch (c) {
+        case '(':
+            processSingle(token, kOpenParen, c);
+            break;
+        case ')':
+            processSingle(token, kCloseParen, c);
+            break;
+        case '{':
+            processSingle(token, kOpenBrace, c);
+            break;
+        case '}':
+            processSingle(token, kCloseBrace, c);
+            break;
+        case '[':
+            processSingle(token, kOpenBracket, c);
+            break;
+        case ']':
+            processSingle(token, kCloseBracket, c);
+            break;
+        case ';':
+            processSingle(token, kSemicolon, c);
+            break;
+        case ',':
+            processSingle(token, kComma, c);
+            break;
+        case ':':
+            processSingle(token, kColon, c);
+            break;
+        case '?':
+            processSingle(token, kQuestion, c);
+            break;
+        case '@':
+            processSingle(token, kAt, c);
+            break;
+        case '!':
+            processOpEqual(token, kNot, kNotEqual);
+            break;
+        case '%':
+            processOpEqual(token, kPercent, kPercentAssign);
+            break;
+        case '*':
+            processOpEqual(token, kStar, kStarAssign);
+            break;
+        case '<':
+            processOpEqual(token, kLess, kLessEqual);
+            break;
+        case '=':
+            processOpEqual(token, kAssign, kEqual);
+            break;
+        case '>':
+            processOpEqual(token, kGreater, kGreaterEqual);
+            break;
+        case '+':
+            processPlusOrMinus(token, kPlus, kPlusAssign, kPlusPlus, c);
+            break;
+        case '-':
+            processPlusOrMinus(token, kMinus, kMinusAssign, kMinusMinus, c);
+            break;
+        case '&':
+            processDoubled(token, kAndAnd, c);
+            break;
+        case '|':
+            processDoubled(token, kOrOr, c);
+            break;
+        case '/':
+            processDivide(token);
+            break;
+        default:
+            if (isAlphabetic(c)) {
+                processAlphanumeric(token);
+            } else if (isNumeric(c)) {
+                processNumeric(token);
+            }
+            break;
+        }
+        if (token->type() == kInvalidToken) {
+            token->fText.assign(1, c);
+            ++fPosition; // On purpose: the column stays.
+        }
+    } catch (const Exception&) {
+        token->setType(kEndOfInput);
+    }
+    return token;
+}
+
+inline void Tokenizer::nextChar() {
+    ++fPosition;
+    ++fColumn;
+}
+
+inline void Tokenizer::nextLine() {
+    ++fLine;
+    fColumn = 1;
+}
+
+/// The bytes from one index to another, both included.
+inline std::string Tokenizer::stringify(unsigned int from, unsigned int to) const {
+    static_cast<void>(charAt(to));
+    return std::string(fSource.data() + from, fSource.data() + to + 1);
+}
+
+inline bool Tokenizer::isWhitespace(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+
+inline bool Tokenizer::isAlphabetic(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+}
+
+inline bool Tokenizer::isNumeric(char c) {
+    return c >= '0' && c <= '9';
+}
+
+inline bool Tokenizer::isAlphanumeric(char c) {
+    return isAlphabetic(c) || isNumeric(c);
+}
+
+inline void Tokenizer::skipWhitespace() {
+    for (char c = charAt(fPosition); isWhitespace(c); c = charAt(fPosition)) {
+        nextChar();
+        if (c == '\n') {
+            nextLine();
+        }
+    }
+}
+
+inline void Tokenizer::processSingle(Token* token, TokenType type, char c) {
+    token->setType(type);
+    token->fText.assign(1, c);
+    nextChar();
+}
+
+inline void Tokenizer::processOpEqual(Token* token, TokenType single, TokenType withEqual) {
+    const bool two = charAt(fPosition + 1) == '=';
+    token->setType(two ? withEqual : single);
+    nextChar();
+    if (two) {
+        nextChar();
+    }
+}
+
+inline void Tokenizer::processPlusOrMinus(Token* token, TokenType single, TokenType withEqual,
+                                          TokenType doubled, char c) {
+    if (charAt(fPosition + 1) == c) {
+        token->setType(doubled);
+        nextChar();
+        nextChar();
+    } else {
+        processOpEqual(token, single, withEqual);
+    }
+}
+
+/// "&&" or "||"; one alone is not a token.
+inline void Tokenizer::processDoubled(Token* token, TokenType doubled, char c) {
+    if (charAt(fPosition + 1) == c) {
+        token->setType(doubled);
+        token->fText.assign(2, c);
+        nextChar();
+        nextChar();
+    }
+}
+
+inline void Tokenizer::processDivide(Token* token) {
+    const unsigned int start = fPosition;
+    const char next = charAt(start + 1);
+    if (next == '/' || next == '*') {
+        FileLocation location(fLine, fColumn);
+        const unsigned int end = next == '/' ? searchForOneChar(start + 2, '\n', location)
+                                             : searchForTwoChars(start + 2, '*', '/', location);
+        token->setString(stringify(start, end));
+        token->setType(kComment);
+        fPosition = end + 1;
+        fLine = location.line;
+        fColumn = location.column;
+    } else if (next == '=') {
+        token->setType(kSlashAssign);
+        token->setString("/=");
+        nextChar();
+        nextChar();
+    } else {
+        processSingle(token, kSlash, '/');
+    }
+}
+
+inline void Tokenizer::processAlphanumeric(Token* token) {
+    const unsigned int start = fPosition;
+    do {
+        nextChar();
+    } while (isAlphanumeric(charAt(fPosition)));
+    token->setString(stringify(start, fPosition - 1));
+    token->fDataType = convertToDataType(token->stringValue());
+    token->setType(token->fDataType != kInvalidDataType ? kDataTypeName : typeOfWord(token->stringValue()));
+}
+
+/// Digits, ".", digits, "e", "-", digits: only the first are needed, and nothing else is.
+inline void Tokenizer::processNumeric(Token* token) {
+    const auto skipDigits = [this] {
+        while (isNumeric(charAt(fPosition))) {
+            nextChar();
+        }
+    };
+    const unsigned int start = fPosition;
+    skipDigits();
+    if (charAt(fPosition) == '.') {
+        nextChar();
+        skipDigits();
+    }
+    if (charAt(fPosition) == 'E' || charAt(fPosition) == 'e') {
+        nextChar();
+    }
+    // On purpose: a minus belongs to the literal without an exponent letter, too; "3-2" is 3.
+    if (charAt(fPosition) == '-') {
+        nextChar();
+    }
+    skipDigits();
+    token->setString(stringify(start, fPosition - 1));
+    token->setNumeric(token->stringValue());
+    token->setType(kNumericLiteral);
+}
+
+/// The index of the next `target` from `start` on; `location` follows the walk.
+unsigned int Tokenizer::searchForOneChar(unsigned int start, char target, FileLocation& location) const {
+    for (unsigned int i = start;; ++i) {
+        const char c = charAt(i);
+        const char following = charAt(i + 1);
+        if (c == '/' && following == '/') {
+            // On purpose: the line ends unseen, the next line loses its first character, and the
+            // walk goes on in it. Two slashes inside a line comment take the next line with them.
+            while (charAt(i) != '\n') {
+                ++i;
+            }
+            ++i;
+            location = FileLocation(location.line + 1, 1);
+            continue;
+        }
+        if (c == '\n') {
+            location = FileLocation(location.line + 1, 1);
+        }
+        if (c == target) {
+            return i;
+        }
+        if (c != '\n') {
+            ++location.column;
+        }
+    }
+}
+
+/// The index three past the next pair of `first` and `second` from `start` on; `location` follows
+/// the walk.
+unsigned int Tokenizer::searchForTwoChars(unsigned int start, char first, char second,
+                                          FileLocation& location) const {
+    for (unsigned int i = start;; ++i) {
+        const char c = charAt(i);
+        const char following = charAt(i + 1);
+        if (c == '/' && following == '/') {
+            // On purpose: two slashes hide a closing pair that stands later on their line.
+            while (charAt(i) != '\n') {
+                ++i;
+            }
+            location = FileLocation(location.line + 1, 1);
+        } else if (c == first && following == second) {
+            // On purpose: the two characters behind the pair go with it, a line end uncounted.
+            location.column += 2;
+            return i + 3;
+        } else if (c == '\n') {
+            location = FileLocation(location.line + 1, 1);
+        }
+        // On purpose: no other character moves the column.
+    }
+}
+
+} // namespace qvShadingDag

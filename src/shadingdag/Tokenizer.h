@@ -1,0 +1,60 @@
+#pragma once
+
+#include "base/Export.h"
+#include "core/MemMappedFile.h"
+#include "shadingdag/FileLocation.h"
+#include "shadingdag/Token.h"
+
+#include <string>
+
+namespace qvShadingDag {
+
+/// Cuts a source file into tokens, comments included.
+///
+/// It reports no errors: a character that starts no token becomes a `kInvalidToken` that carries
+/// it (so does the byte 0xFF that ends every file), and whatever runs into the end of the source
+/// becomes `kEndOfInput`, again and again.
+///
+///     Tokenizer tokenizer;
+///     Token token;
+///     if (tokenizer.openFile("stdlib.qvs")) {
+///         while (tokenizer.nextToken(&token)->type() != kEndOfInput) { … }
+///     }
+class QV_EXPORT Tokenizer {
+public:
+    /// Reads the file behind what was read before, without going back: the tokens of a second file
+    /// follow those of the first, and so do their locations. False when the file cannot be read.
+    bool openFile(std::string fileName);
+
+    /// Fills `*token` with the next token and returns `token`.
+    Token* nextToken(Token* token);
+
+private:
+    void nextChar();
+    void nextLine();
+    char charAt(unsigned int index) const { return fSource[index]; }
+    std::string stringify(unsigned int from, unsigned int to) const;
+
+    static bool isWhitespace(char c);
+    static bool isAlphabetic(char c);
+    static bool isNumeric(char c);
+    static bool isAlphanumeric(char c);
+
+    void skipWhitespace();
+    void processSingle(Token* token, TokenType type, char c);
+    void processOpEqual(Token* token, TokenType single, TokenType withEqual);
+    void processPlusOrMinus(Token* token, TokenType single, TokenType withEqual, TokenType doubled, char c);
+    void processDoubled(Token* token, TokenType doubled, char c);
+    void processDivide(Token* token);
+    void processAlphanumeric(Token* token);
+    void processNumeric(Token* token);
+    unsigned int searchForOneChar(unsigned int start, char target, FileLocation& location) const;
+    unsigned int searchForTwoChars(unsigned int start, char first, char second, FileLocation& location) const;
+
+    MemMappedFile fSource;
+    unsigned int fLine = 1;
+    unsigned int fColumn = 1;
+    unsigned int fPosition = 0;
+};
+
+} // namespace qvShadingDag
