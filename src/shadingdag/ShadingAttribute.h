@@ -1,0 +1,61 @@
+#pragma once
+
+#include "base/Export.h"
+#include "core/DataType.h"
+#include "shadingdag/CompFreqRange.h"
+
+#include <string>
+
+namespace qvShadingDag {
+
+class ShadingNode;
+
+/// A named value of the shading graph: a parameter of a function, an output of a node, a variable.
+///
+///     ShadingNode* sum = spec->addInternalNode("operator+", {a, b});
+///     ShadingAttribute value(sum, "output"); // type and range are those of the node's output
+///
+/// The node is not owned. It is null for the interface of a declared function and for a variable
+/// that nothing was assigned to yet.
+class QV_EXPORT ShadingAttribute {
+public:
+    /// The number of live objects.
+    static int fsNumInstances_ShadingAttribute;
+
+    /// No name, no type, no node.
+    ShadingAttribute();
+    /// Without a node; every frequency.
+    ShadingAttribute(const std::string& name, DataType type);
+    /// The output `name` of `node`, with the type and range that the node gives for it. Throws when
+    /// there is no node and when a call node has no range for that name.
+    ShadingAttribute(ShadingNode* node, const std::string& name);
+    ShadingAttribute(const ShadingAttribute& other);
+    ShadingAttribute(ShadingAttribute&& other) noexcept;
+    /// A copy of `*other`; of the default attribute for a null pointer.
+    explicit ShadingAttribute(const ShadingAttribute* other);
+    ShadingAttribute& operator=(const ShadingAttribute& other);
+    ShadingAttribute& operator=(ShadingAttribute&& other) noexcept;
+    ~ShadingAttribute();
+
+    const std::string& name() const { return fName; }
+    DataType dataType() const { return fDataType; }
+    ShadingNode* nodePtr() const { return fNode; }
+    void setNodePtr(ShadingNode* node) { fNode = node; }
+    const CompFreqRange& compFreqRange() const { return fCompFreqRange; }
+    void setCompFreqRange(const CompFreqRange& range) { fCompFreqRange = range; }
+
+    /// Whether there are a name and a type.
+    bool valid() const { return !fName.empty() && fDataType != kInvalidDataType; }
+
+    /// Orders by the address of the node, then by the bytes of the name; type and range take no
+    /// part.
+    bool operator<(const ShadingAttribute& other) const;
+
+private:
+    std::string fName;
+    DataType fDataType = kInvalidDataType;
+    ShadingNode* fNode = nullptr;
+    CompFreqRange fCompFreqRange;
+};
+
+} // namespace qvShadingDag

@@ -1,0 +1,52 @@
+#include "shadingdag/ShadingLink.h"
+
+#include "shadingdag/ShadingNode.h"
+#include "shadingdag/ShadingNodeSpec.h"
+
+namespace qvShadingDag {
+
+int ShadingLink::fsNumInstances_ShadingLink = 0;
+
+ShadingLink::ShadingLink() {
+    reset();
+    ++fsNumInstances_ShadingLink;
+}
+
+ShadingLink::ShadingLink(const ShadingLink& other) : ShadingLink() {
+    *this = other;
+}
+
+ShadingLink& ShadingLink::operator=(const ShadingLink& other) {
+    fSourceNode = other.fSourceNode;
+    fDestNode = other.fDestNode;
+    fNumber = other.fNumber;
+    fSourceOutput = other.fSourceOutput;
+    fSourceAttrName = other.fSourceAttrName;
+    fDestAttrName = other.fDestAttrName;
+    fCompFreqRange = other.fCompFreqRange;
+    fDataType = other.fDataType;
+    return *this;
+}
+
+ShadingLink::~ShadingLink() {
+    --fsNumInstances_ShadingLink;
+}
+
+void ShadingLink::reset() {
+    fSourceAttrName.clear();
+    fDestAttrName.clear();
+    fDataType = kInvalidDataType;
+    fCompFreqRange = CompFreqRange(kInvalidFreq, kInvalidFreq);
+}
+
+void ShadingLink::setSourceAttrName(const std::string& name) {
+    fSourceAttrName = name;
+    if (fSourceNode && fSourceNode->isCall()) {
+        const int output = fSourceNode->specPtr()->getOffsetOfOutput(name);
+        if (output >= 0) {
+            fSourceOutput = output;
+        }
+    }
+}
+
+} // namespace qvShadingDag

@@ -1,0 +1,129 @@
+#include "shadingdag/ShadingNode.h"
+
+#include "core/Exception.h"
+#include "shadingdag/ShadingNodeSpec.h"
+
+namespace qvShadingDag {
+
+int ShadingNode::fsNumInstances_ShadingNode = 0;
+
+ShadingNode::ShadingNode() {
+    ++fsNumInstances_ShadingNode;
+}
+
+ShadingNode::ShadingNode(const ShadingNode& other)
+    : fNumber(other.fNumber), fIncomingLinks(other.fIncomingLinks), fOutgoingLinks(other.fOutgoingLinks) {
+    copyMeaning(other);
+    ++fsNumInstances_ShadingNode;
+}
+
+ShadingNode& ShadingNode::operator=(const ShadingNode& other) {
+    if (this != &other) {
+        copyMeaning(other);
+        if (!fOwner) {
+            fNumber = other.fNumber;
+            fIncomingLinks = other.fIncomingLinks;
+            fOutgoingLinks = other.fOutgoingLinks;
+        }
+    }
+    return *this;
+}
+
+ShadingNode::~ShadingNode() {
+    --fsNumInstances_ShadingNode;
+}
+
+void ShadingNode::copyMeaning(const ShadingNode& other) {
+    fNodeType = other.fNodeType;
+    fSpec = other.fSpec;
+    fConstant = other.fConstant ? std::make_unique<TypedConstant>(*other.fConstant) : nullptr;
+    fDataType = other.fDataType;
+    fOwnRange = other.fOwnRange;
+    fLightSpecific = other.fLightSpecific;
+    fName = other.fName;
+    fOutputRanges = other.fOutputRanges;
+}
+
+void ShadingNode::becomeInterface(NodeType kind, DataType type, const std::string& name) {
+    fNodeType = kind;
+    fSpec = nullptr;
+    fConstant.reset();
+    fDataType = type;
+    fName = name;
+}
+
+void ShadingNode::setInput(DataType type, const std::string& name) {
+    becomeInterface(kInputNode, type, name);
+}
+
+void ShadingNode::setOutput(DataType type, const std::string& name) {
+    becomeInterface(kOutputNode, type, name);
+}
+
+void ShadingNode::setConstant(const TypedConstant& constant) {
+    auto copy = std::make_unique<TypedConstant>(constant); // first: `constant` may be our own
+    fNodeType = kConstantNode;
+    fSpec = nullptr;
+    fDataType = copy->dataType();
+    fName.clear();
+    fConstant = std::move(copy);
+    addOutputCompFreqRange("output", CompFreqRange(kConstantFreq, kConstantFreq));
+}
+
+void ShadingNode::setOperator(ShadingNodeSpec* spec) {
+    verifyAlways(spec, "There is no function to call");
+    fNodeType = spec->nodeType();
+    fSpec = spec;
+    fConstant.reset();
+    fDataType = kInvalidDataType;
+    fName.clear();
+}
+
+const TypedConstant& ShadingNode::constant() const {
+    verifyAlways(fConstant != nullptr, "The node holds no constant");
+    return *fConstant;
+}
+
+std::string ShadingNode::name() const {
+    switch (fNodeType) {
+    case kInputNode:
+    case kOutputNode:
+        return fName;
+    case kConstantNode:
+        return constant().toString();
+    case kOperationNode:
+    case kFunctionNode:
+        return fSpec->name();
+    default:
+        return "invalidNodeType";
+    }
+}
+
+DataType ShadingNode::dataTypeOfInput(const std::string& name) const {
+    return isCall() ? fSpec->dataTypeOfInput(name) : fDataType;
+}
+
+DataType ShadingNode::dataTypeOfOutput(const std::string& name) const {
+    return isCall() ? fSpec->dataTypeOfOutput(name) : fDataType;
+}
+
+void ShadingNode::addOutputCompFreqRange(const std::string& name, const CompFreqRange& range) {
+    if (isCall()) {
+        fOutputRanges.insert_or_assign(name, range);
+    } else {
+        fOwnRange = range;
+    }
+}
+
+CompFreqRange ShadingNode::compFreqRangeOfOutput(const std::string& name) const {
+    if (!isCall()) {
+        return fOwnRange;
+    }
+    const auto found = fOutputRanges.find(name);
+    if (found == fOutputRanges.end()) {
+        throw Exception("Comp freq range not found for attribute " + name);
+    }
+    return found->second;
+}
+
+} // namespace qvShadingDag

@@ -1,0 +1,122 @@
+#pragma once
+
+#include "base/Export.h"
+#include "core/DataType.h"
+#include "shadingdag/CompFreqRange.h"
+#include "shadingdag/TypedConstant.h"
+
+#include <list>
+#include <map>
+#include <memory>
+#include <string>
+
+namespace qvShadingDag {
+
+class ShadingLink;
+class ShadingNodeSpec;
+
+/// What a node of a shading graph stands for; a `ShadingNodeSpec` has one of the last two kinds.
+enum NodeType : int {
+    kInvalidNodeType = 0,
+    kInputNode,     ///< an input of the function whose graph it is
+    kOutputNode,    ///< an output of that function
+    kConstantNode,  ///< a literal value
+    kOperationNode, ///< a call of a declared primitive
+    kFunctionNode,  ///< a call of a function that is defined by a graph of its own
+};
+
+/// One node of the graph that defines a shading function.
+///
+/// A `ShadingNodeSpec` makes, numbers, joins and destroys the nodes of its graph; hosts walk them:
+///
+///     for (const ShadingLink* link : node->incomingLinks()) {
+///         visit(link->sourceNode());
+///     }
+///
+/// A node owns the constant that it holds. Links and the called specification are not owned.
+class QV_EXPORT ShadingNode {
+public:
+    /// The number of live objects.
+    static int fsNumInstances_ShadingNode;
+
+    /// A node of no kind that stands in no graph.
+    ShadingNode();
+    /// A copy with a constant of its own. The copy stands in no graph: its lists name the links of
+    /// the node it was taken from, and no link leads to it.
+    ShadingNode(const ShadingNode& other);
+    /// Copies what the node stands for. A node that stands in a graph keeps its number and links.
+    ShadingNode& operator=(const ShadingNode& other);
+    /// Destroys the constant. The links belong to the specification.
+    ~ShadingNode();
+
+    /// The sequence number within the specification.
+    unsigned int number() const { return fNumber; }
+    /// The links that end here, in the order in which they were connected.
+    const std::list<ShadingLink*>& incomingLinks() const { return fIncomingLinks; }
+    /// The links that start here, in the order in which they were connected.
+    const std::list<ShadingLink*>& outgoingLinks() const { return fOutgoingLinks; }
+
+    /// Becomes an input of the enclosing function.
+    void setInput(DataType type, const std::string& name);
+    /// Becomes an output of the enclosing function.
+    void setOutput(DataType type, const std::string& name);
+    /// Becomes a literal: holds a copy of `constant`, with the frequency "constant".
+    void setConstant(const TypedConstant& constant);
+    /// Becomes a call of `spec`, of the kind that `spec` has. Throws for a null pointer.
+    void setOperator(ShadingNodeSpec* spec);
+
+    NodeType nodeType() const { return fNodeType; }
+    /// The type of an input, output or constant; `kInvalidDataType` for a call.
+    DataType dataType() const { return fDataType; }
+    /// The literal value. Throws when the node is no constant.
+    const TypedConstant& constant() const;
+    /// The called specification; null when the node is no call.
+    ShadingNodeSpec* specPtr() const { return fSpec; }
+    /// Whether the node calls a primitive or a function.
+    bool isCall() const { return fNodeType == kOperationNode || fNodeType == kFunctionNode; }
+
+    /// Marks the value of the node as specific to a light.
+    void setLightSpecific(bool lightSpecific) { fLightSpecific = lightSpecific; }
+    bool isLightSpecific() const { return fLightSpecific; }
+
+    /// The name of an input or output, the printed value of a constant, the name of the called
+    /// function; otherwise "invalidNodeType".
+    std::string name() const;
+
+    /// The node's own type; for a call that of the called function's input of that name,
+    /// `kInvalidDataType` when there is none.
+    DataType dataTypeOfInput(const std::string& name) const;
+    /// The same for an output.
+    DataType dataTypeOfOutput(const std::string& name) const;
+
+    /// Sets the frequencies at which the output `name` can be computed. A node that is no call has
+    /// one range only, whatever the name.
+    void addOutputCompFreqRange(const std::string& name, const CompFreqRange& range);
+    /// The range set before, [0, 0] at first. For a call, throws when none was set for `name`.
+    CompFreqRange compFreqRangeOfOutput(const std::string& name) const;
+
+private:
+    friend class ShadingLink;
+    friend class ShadingNodeSpec;
+
+    void copyMeaning(const ShadingNode& other);
+    void becomeInterface(NodeType kind, DataType type, const std::string& name);
+
+    unsigned int fNumber = 0;
+    mutable unsigned int fMark = 0;  // scratch of the operation that is running
+    mutable unsigned int fVisit = 0; // the last walk that came by; see ShadingNodeSpec::fVisit
+    NodeType fNodeType = kInvalidNodeType;
+    std::list<ShadingLink*> fIncomingLinks;
+    std::list<ShadingLink*> fOutgoingLinks;
+    ShadingNodeSpec* fSpec = nullptr;
+    std::unique_ptr<TypedConstant> fConstant;
+    ShadingNodeSpec* fOwner = nullptr;        // the specification in whose graph the node stands
+    std::list<ShadingNode*>::iterator fPlace; // in the owner's node list
+    DataType fDataType = kInvalidDataType;
+    CompFreqRange fOwnRange{kInvalidFreq, kInvalidFreq};
+    bool fLightSpecific = false;
+    std::string fName;
+    std::map<std::string, CompFreqRange> fOutputRanges; // of calls
+};
+
+} // namespace qvShadingDag

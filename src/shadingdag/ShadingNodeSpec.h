@@ -1,0 +1,191 @@
+#pragma once
+
+#include "base/Export.h"
+#include "core/DataType.h"
+#include "shadingdag/CompFreqRange.h"
+#include "shadingdag/ShadingAttribute.h"
+#include "shadingdag/ShadingLink.h"
+#include "shadingdag/ShadingNode.h"
+#include "shadingdag/TypedConstant.h"
+
+#include <list>
+#include <map>
+#include <string>
+#include <utility>
+
+namespace qvShadingDag {
+
+/// One function of the shading language: its name, its interface and, for a defined function, the
+/// directed acyclic graph that computes its outputs.
+///
+///     ShadingNodeSpec* twice = ShadingNodeSpec::createNew(kFunctionNode);
+///     twice->setName("twice");
+///     ShadingAttribute x = *twice->addInput(kFloat, "x", CompFreqRange());
+///     ShadingAttribute output = *twice->addOutput(kFloat, "output", CompFreqRange());
+///     ShadingNode* sum = twice->addInternalNode("operator+", {x, x});
+///     twice->connectOutput(ShadingAttribute(sum, "output"), output);
+///     twice->addToLibrary();
+///
+/// A specification owns its nodes and links; number, order and names of both are visible to hosts.
+/// The process-wide function library owns the specifications that were added to it until
+/// `clearLibrary`; any other specification (a new one, a clone) belongs to the caller, who deletes
+/// it. Calls refer to the specification that they call without owning it: a specification must not
+/// be used any more once one that it calls is destroyed.
+///
+/// Nothing is locked: the library and each specification are for one thread at a time.
+class QV_EXPORT ShadingNodeSpec {
+public:
+    using AttributeIterator = std::list<ShadingAttribute>::const_iterator;
+    using ArgumentIterator = std::list<std::pair<NodeType, ShadingAttribute>>::const_iterator;
+    using NodeIterator = std::list<ShadingNode*>::const_iterator;
+    using LinkIterator = std::list<ShadingLink*>::const_iterator;
+    using LibraryIterator = std::multimap<std::string, ShadingNodeSpec*>::const_iterator;
+
+    /// The number of live objects.
+    static int fsNumInstances_ShadingNodeSpec;
+
+    /// An empty specification that belongs to the caller: `kOperationNode` for a primitive without
+    /// a body, `kFunctionNode` for a function with one. Null when there is no memory for it.
+    static ShadingNodeSpec* createNew(NodeType kind);
+
+    ShadingNodeSpec(const ShadingNodeSpec&) = delete;
+    ShadingNodeSpec& operator=(const ShadingNodeSpec&) = delete;
+    /// Destroys all nodes and links, and leaves the library.
+    ~ShadingNodeSpec();
+
+    /// A deep copy that belongs to the caller and is not in the library: numbers, names, lists and
+    /// ranges are the same, no pointer leads into the original. The ranges of calls are evaluated
+    /// again where all inputs are connected.
+    ShadingNodeSpec* clone() const;
+
+    NodeType nodeType() const { return fNodeType; }
+    /// Renames the function. In the library it stays under the name that it had when it was added.
+    void setName(const std::string& name) { fName = name; }
+    const std::string& name() const { return fName; }
+
+    /// Whether the specification is complete: it has entered the library.
+    bool isFullySpecified() const { return fFullySpecified; }
+    /// On purpose: always true, also with outputs that nothing is connected to.
+    bool isProperlyConnected() const { return true; }
+
+    /// @name The interface
+    /// @{
+
+    /// Append a parameter and return it. A defined function gets a node for it, which the parameter
+    /// then names. The output called "output" is the value that the function returns: it is not on
+    /// the argument list. The pointers stay valid as long as the specification lives.
+    const ShadingAttribute* addInput(DataType type, const std::string& name, const CompFreqRange& range);
+    const ShadingAttribute* addOutput(DataType type, const std::string& name, const CompFreqRange& range);
+
+    int numInputs() const { return static_cast<int>(fInputs.size()); }
+    int numOutputs() const { return static_cast<int>(fOutputs.size()); }
+    /// The input at position `i`, counted from 0. Throws when there is none. Walks the list.
+    const ShadingAttribute& input(int i) const;
+
+    /// The begin and end of a list, in declaration order: inputs, outputs, and one entry per
+    /// constant of the body.
+    void inputs(AttributeIterator& first, AttributeIterator& last) const;
+    void outputs(AttributeIterator& first, AttributeIterator& last) const;
+    void constants(AttributeIterator& first, AttributeIterator& last) const;
+    /// What a call is matched against: all parameters in source order, each marked `kInputNode` or
+    /// `kOutputNode`.
+    void arguments(ArgumentIterator& first, ArgumentIterator& last) const;
+
+    /// Whether a call with these arguments is a call of this function: as many as there are
+    /// parameters, of exactly the same types.
+    bool matchArguments(const std::list<ShadingAttribute>& args) const;
+
+    /// The position (from 0) of the first input of that name; -1 when there is none.
+    int getOffsetOfInput(const std::string& name) const;
+    /// The same, and a copy of the input in `found`, which stays as it was when there is none.
+    int getOffsetOfInput(const std::string& name, ShadingAttribute& found) const;
+    /// The position (from 0) of the first output of that name; -1 when there is none.
+    int getOffsetOfOutput(const std::string& name) const;
+
+    /// The type of the first input, output or constant of that name; `kInvalidDataType` when there
+    /// is none.
+    DataType dataTypeOfInput(const std::string& name) const;
+    DataType dataTypeOfOutput(const std::string& name) const;
+    DataType dataTypeOfConstant(const std::string& name) const;
+    /// @}
+
+    /// @name The graph
+    /// @{
+
+    /// The begin and end of the list of nodes or links, in the order in which they were made.
+    void internalNodes(NodeIterator& first, NodeIterator& last) const;
+    void internalLinks(LinkIterator& first, LinkIterator& last) const;
+
+    /// Makes a constant node. Its value is its output "output".
+    ShadingNode* addInternalNode(const TypedConstant& constant);
+
+    /// Makes a call of the first function in the library that has that name and matches `args`, and
+    /// links the arguments to its inputs. Arguments for outputs are not used.
+    ///
+    /// Throws without any change when no function matches, when a value is used before it is
+    /// assigned, and when a value belongs to another graph. Throws when the frequencies of an
+    /// argument are not among those that the parameter allows; on purpose the node and the links
+    /// made so far then stay. Takes linear time in the overloads of that name.
+    ShadingNode* addInternalNode(const std::string& functionName, const std::list<ShadingAttribute>& args);
+
+    /// Links the value `from` to the output of this function that `to` names. A value that is itself
+    /// an output which nothing was assigned to leaves the output unconnected. Throws when `from` has
+    /// no node in this graph or `to` is no output of it.
+    void connectOutput(const ShadingAttribute& from, const ShadingAttribute& to);
+
+    /// The first link that feeds the input of that name; null when there is none and for a node
+    /// that is not in this graph.
+    ShadingLink* inputLinkOfNode(const ShadingNode* node, const std::string& inputName) const;
+
+    /// Works out the frequencies at which each output of a call can be computed from those of the
+    /// links that feed it. Other nodes are left alone. Throws when an input is not connected.
+    void evaluateCompFrequencies(ShadingNode* node);
+    /// @}
+
+    /// @name The function library
+    /// @{
+
+    /// Hands the specification over to the library, under its name. Once is enough.
+    void addToLibrary();
+    /// The first function added under that name; null when there is none. Takes logarithmic time.
+    static ShadingNodeSpec* findSpecInLibrary(const std::string& name);
+    /// All functions added under that name, in the order of their adding.
+    static void findSpecsInLibrary(const std::string& name, LibraryIterator& first, LibraryIterator& last);
+    /// The whole library: by the bytes of the names, functions of one name in the order of their
+    /// adding.
+    static void allSpecsInLibrary(LibraryIterator& first, LibraryIterator& last);
+    /// Destroys all functions of the library.
+    static void clearLibrary();
+    /// @}
+
+private:
+    struct LinkSource;
+
+    explicit ShadingNodeSpec(NodeType kind);
+
+    const ShadingAttribute* addParameter(NodeType kind, DataType type, const std::string& name,
+                                         const CompFreqRange& range);
+    ShadingNode* makeNode();
+    ShadingLink* makeLink(const LinkSource& from, ShadingNode* dest, const std::string& destName);
+    void checkOwns(const ShadingNode* node) const;
+    void checkReadable(const ShadingAttribute& value) const;
+    const ShadingAttribute* evaluateWhereConnected(ShadingNode& node);
+
+    static std::multimap<std::string, ShadingNodeSpec*> fLibrary;
+
+    std::string fName;
+    NodeType fNodeType;
+    bool fFullySpecified = false;
+    bool fInLibrary = false;
+    std::multimap<std::string, ShadingNodeSpec*>::iterator fLibraryPlace; // while fInLibrary
+    std::list<ShadingAttribute> fInputs;
+    std::list<ShadingAttribute> fOutputs;
+    std::list<ShadingAttribute> fConstants;
+    std::list<std::pair<NodeType, ShadingAttribute>> fArguments;
+    std::list<ShadingNode*> fInternalNodes;
+    std::list<ShadingLink*> fInternalLinks;
+    unsigned int fNextNodeNumber = 0;
+    unsigned int fNextLinkNumber = 0;
+};
+
+} // namespace qvShadingDag
