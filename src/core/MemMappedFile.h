@@ -12,7 +12,8 @@
 ///     if (file.open("stdlib.qvs")) { char first = file[0]; … }
 class QV_EXPORT MemMappedFile {
 public:
-    /// Appends the file in text mode (the platform's line ends become line feeds). Returns false
+    /// Appends the file in text mode (on Windows, CR LF becomes a line feed and the byte 0x1A ends
+    /// the file). Returns false
     /// with the bytes unchanged when the file cannot be opened or read (a folder, say), or when
     /// more than 2^31 - 1 bytes would be held.
     bool open(std::string fileName);

@@ -1,0 +1,124 @@
+#pragma once
+
+#include "base/Export.h"
+#include "shadingdag/CompFreqRange.h"
+#include "shadingdag/ShadingAttribute.h"
+#include "shadingdag/Tokenizer.h"
+
+#include <cstddef>
+#include <deque>
+#include <list>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace qvShadingDag {
+
+class ShadingNode;
+class ShadingNodeSpec;
+class TypedConstant;
+
+/// Reads a source file of shading functions into the function library.
+///
+/// A declaration ("float4 operator+(float4 a, float4 b);") becomes a primitive, a definition (a
+/// header and a body in braces) a function with a graph: every operator, call, swizzle and literal
+/// of the body is a node, and a variable is a name for the value that was assigned last. The first
+/// error ends the reading; what was read before it stays in the library, which owns it.
+///
+///     ShadingParser parser;
+///     if (!parser.parseFile("stdlib.qvs", false)) {
+///         std::cerr << parser.errorString();
+///     }
+///
+/// A second file that is given to the same parser is read behind the first.
+class QV_EXPORT ShadingParser : public Tokenizer {
+public:
+    ShadingParser() = default;
+
+    /// Reads a whole file; false at the first error, which `errorString()` tells. The flag has no
+    /// effect.
+    bool parseFile(std::string fileName, bool flag);
+
+    /// The text of the last error, with its place and a line feed; it is empty after that.
+    std::string errorString();
+
+private:
+    // Tokens.
+    Token* accumulate_token();
+    Token consume_front_token();
+    const Token& token_ahead(unsigned int n);
+    TokenType typeAhead(unsigned int n = 0) { return token_ahead(n).type(); }
+    void consumeTokens(unsigned int count);
+
+    // Variables.
+    void addVariable(const std::string& name, const ShadingAttribute& value);
+    bool retrieveVariable(const std::string& name, ShadingAttribute& value) const;
+    bool assignVariable(const std::string& name, const ShadingAttribute& value);
+
+    // Functions.
+    void parseFunc();
+    void parseFuncDecl();
+    void parseFuncDef();
+    unsigned int parseFuncHeader();
+    std::string parseFuncName(unsigned int& index);
+    void parseArgument(unsigned int& index);
+    CompFreqRange readOptionalCompFreqRange(unsigned int& index);
+    void forgetFunction();
+    void reportError(const std::string& message);
+
+    // Statements.
+    void parseStatement();
+    bool parseDeclarationStatement();
+    bool parseCompoundStatement();
+    bool parseReturnStatement();
+    bool parseVoidFunctionExpression();
+
+    // Expressions, from the lowest precedence to the highest.
+    struct Operator {
+        TokenType token;
+        const char* function;
+    };
+    struct Assignment; // the left side of one
+    ShadingAttribute parseAssignmentExpression();
+    ShadingAttribute parseLogicalOrExpression();
+    ShadingAttribute parseLogicalAndExpression();
+    ShadingAttribute parseEqualityExpression();
+    ShadingAttribute parseRelationalExpression();
+    ShadingAttribute parseAdditiveExpression();
+    ShadingAttribute parseMultiplicativeExpression();
+    ShadingAttribute parseCastExpression();
+    ShadingAttribute parseUnaryExpression();
+    ShadingAttribute parsePostfixExpression();
+    ShadingAttribute parseSwizzlePostfixOperator(ShadingAttribute operand);
+    ShadingAttribute parsePrimaryExpression();
+    ShadingAttribute parseNumericLiteralArray();
+    ShadingAttribute parseFuncCallExpression(bool valueWanted);
+
+    template <std::size_t Count>
+    static const char* functionOf(TokenType token, const Operator (&operators)[Count]);
+    template <std::size_t Count>
+    ShadingAttribute parseLeftAssociative(const Operator (&operators)[Count],
+                                          ShadingAttribute (ShadingParser::*parseOperand)());
+    bool readAssignment(Assignment& assignment);
+    ShadingAttribute assign(const Assignment& assignment, ShadingAttribute right);
+    void assignOutputArguments(ShadingNode* call, const std::vector<std::string>& variables);
+    TypedConstant parseBracedNumbers();
+    ShadingAttribute constantValue(const TypedConstant& constant);
+    ShadingAttribute callValue(const std::string& function, const std::list<ShadingAttribute>& arguments);
+
+    /// What a name of a function stands for: the first entry of the name, and those first ones of
+    /// further types that declarations of the same name added. Later ones are never found.
+    struct Variable {
+        ShadingAttribute first;
+        std::vector<ShadingAttribute> ofOtherTypes;
+    };
+
+    bool fEndOfInput = false;
+    std::string fErrorText;
+    std::deque<Token> fTokens; ///< the front is the next token that is not consumed yet
+    ShadingNodeSpec* fSpec = nullptr;
+    std::unordered_map<std::string, Variable> fVariables;
+    unsigned int fNesting = 0; ///< open compound statements, parentheses and argument lists
+};
+
+} // namespace qvShadingDag
