@@ -27,9 +27,6 @@ using Ternary = double (*)(double, double, double);
 
 const std::map<std::string, Unary> kUnary = {
     {"operator-", [](double a) { return -a; }},
-    {"operator++", [](double a) { return a + 1; }},
-    {"operator--", [](double a) { return a - 1; }},
-    {"operator!", [](double a) { return double(a == 0); }},
     {"abs", [](double a) { return std::fabs(a); }},
     {"sign", [](double a) { return double((a > 0) - (a < 0)); }},
     {"floor", [](double a) { return std::floor(a); }},
@@ -43,9 +40,6 @@ const std::map<std::string, Unary> kUnary = {
     {"log2", [](double a) { return std::log2(a); }},
     {"sqrt", [](double a) { return std::sqrt(a); }},
     {"ddx", [](double a) { return 2 * a; }},
-    {"toInt", [](double a) { return a; }},
-    {"toFloat", [](double a) { return a; }},
-    {"toClampu", [](double a) { return a; }},
 };
 
 const std::map<std::string, Binary> kBinary = {
@@ -53,13 +47,10 @@ const std::map<std::string, Binary> kBinary = {
     {"operator-", [](double a, double b) { return a - b; }},
     {"operator*", [](double a, double b) { return a * b; }},
     {"operator/", [](double a, double b) { return a / b; }},
-    {"operator%", [](double a, double b) { return std::fmod(a, b); }},
     {"operator<", [](double a, double b) { return double(a < b); }},
     {"operator>", [](double a, double b) { return double(a > b); }},
     {"operator<=", [](double a, double b) { return double(a <= b); }},
     {"operator>=", [](double a, double b) { return double(a >= b); }},
-    {"operator&&", [](double a, double b) { return double(a != 0 && b != 0); }},
-    {"operator||", [](double a, double b) { return double(a != 0 || b != 0); }},
     {"atan2", [](double a, double b) { return std::atan2(a, b); }},
     {"fmod", [](double a, double b) { return std::fmod(a, b); }},
     {"max", [](double a, double b) { return std::max(a, b); }},
@@ -105,10 +96,6 @@ const std::map<std::string, std::function<void(const Values&, Value&)>> kOthers 
     {"operator==",
      [](const Values& args, Value& result) {
          result.c[0] = std::equal(args[0].c.begin(), args[0].c.begin() + args[0].width(), args[1].c.begin());
-     }},
-    {"operator!=",
-     [](const Values& args, Value& result) {
-         result.c[0] = !std::equal(args[0].c.begin(), args[0].c.begin() + args[0].width(), args[1].c.begin());
      }},
     {"operator@",
      [](const Values& args, Value& result) {
@@ -183,8 +170,7 @@ double component(const Value& value, int i) {
     return value.c[i < value.width() ? i : 0];
 }
 
-Value evaluatePrimitive(const ShadingNodeSpec& primitive, DataType type, const Values& args) {
-    const std::string name = primitive.name();
+Value evaluatePrimitive(const std::string& name, DataType type, const Values& args) {
     Value result(type, {});
     const bool matrixProduct = name == "operator*" &&
                                (sideOfMatrix(args[0].type) != 0 || sideOfMatrix(args[1].type) != 0) &&
@@ -212,13 +198,6 @@ Value evaluatePrimitive(const ShadingNodeSpec& primitive, DataType type, const V
             } else {
                 throw std::runtime_error("The evaluator does not know " + name);
             }
-        }
-    }
-    for (double& x : result.c) {
-        if (type >= kClampu && type <= kClampu4) {
-            x = std::min(std::max(x, 0.0), 1.0);
-        } else if (type >= kInt && type <= kInt4) {
-            x = std::trunc(x);
         }
     }
     return result;
@@ -324,7 +303,7 @@ std::vector<Value> evaluate(const ShadingNodeSpec& function, const std::vector<V
     function.outputs(first, last);
     if (function.nodeType() == kOperationNode) {
         for (; first != last; ++first) {
-            results.push_back(evaluatePrimitive(function, first->dataType(), inputs));
+            results.push_back(evaluatePrimitive(function.name(), first->dataType(), inputs));
         }
         return results;
     }
