@@ -1,9 +1,11 @@
 #include "core/DataType.h"
 
+#include <string_view>
+
 namespace {
 
 struct DataTypeRow {
-    const char* name;
+    std::string_view name; // knows its length: comparing mostly ends there
     DataTypeInfo info;
 };
 
@@ -39,7 +41,7 @@ const DataTypeRow& rowOf(DataType type) {
 } // namespace
 
 std::string dataTypeName(DataType type) {
-    return rowOf(type).name;
+    return std::string(rowOf(type).name);
 }
 
 DataType convertToDataType(const std::string& name) {

@@ -2,6 +2,7 @@
 
 #include "core/Exception.h"
 
+#include <string_view>
 #include <utility>
 
 namespace qvShadingDag {
@@ -9,7 +10,7 @@ namespace qvShadingDag {
 namespace {
 
 struct Keyword {
-    const char* text;
+    std::string_view text;
     TokenType type;
 };
 
