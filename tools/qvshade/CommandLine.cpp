@@ -1,0 +1,124 @@
+#include "CommandLine.h"
+
+#include "Failure.h"
+
+#include <cstddef>
+#include <string_view>
+
+const char* const kHelp =
+    R"(Reads files of shading functions and shows what is in them.
+
+  qvshade check FILE...            read the files, one behind the other
+  qvshade list FILE [FUNCTION]     signatures, kind, nodes and links of the functions
+  qvshade graph FILE FUNCTION      the function's graph
+  qvshade expand FILE FUNCTION     the graph after all calls of defined functions are expanded
+  qvshade order FILE FUNCTION      the order in which the graph's nodes can be computed
+  qvshade stats FILE               sizes and frequencies of all graphs, before and after expansion
+
+FUNCTION is a name, or a signature where a name has several functions, as in
+"mix(float3,float3,float)": the types of the arguments, those of outputs included. A name alone
+stands for the only function of that name, or for the only one of them that is defined rather than
+declared. A function that is defined twice with one signature is shown as defined first.
+
+  --types              graph, expand: write the types on the links
+  --freqs              graph, expand: write types and frequencies on the links
+  -o, --output OUT     graph, expand: write to a file: text for .dot; .svg and .png are drawn by
+                       the program "dot" of Graphviz. Otherwise the text goes to standard output
+  --optimal, --fast    order: by the distances to the outputs (the default), or the plain order
+  -l, --library FILE   read this file first, for functions that the others call;
+may be repeated-- help, --version print this text,
+    or the version
+
+            Tables have aligned columns on a terminal and tabs between the columns elsewhere.
+
+        Status : 0 all is well;
+1 a file cannot be read or has an error;
+2 the command line is not understood;
+3 the function is unknown, ambiguous or cannot be expanded; 4 the output cannot be
+written or drawn.
+)";
+
+namespace {
+
+    /// Which arguments and options a command takes.
+    struct Command {
+        std::string_view name;
+        std::size_t minimum; // files and function
+        std::size_t maximum;
+        bool drawing;
+        bool ordering;
+    };
+
+    constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);
+
+    constexpr Command kCommands[] = {
+        // name   minimum  maximum  drawing  ordering
+        {"check", 1, kAnyNumber, false, false}, {"list", 1, 2, false, false}, {"graph", 2, 2, true, false},
+        {"expand", 2, 2, true, false},          {"order", 2, 2, false, true}, {"stats", 1, 1, false, false},
+    };
+
+    Failure misunderstood(const std::string& what) {
+        return failure(kBadCommandLine, what + " (see qvshade --help)");
+    }
+
+    const Command& findCommand(const std::string& name) {
+        for (const Command& command : kCommands) {
+            if (command.name == name) {
+                return command;
+            }
+        }
+        throw misunderstood("unknown command '" + name + "'");
+    }
+
+} // namespace
+
+CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
+    CommandLine result;
+    for (const std::string& argument : arguments) {
+        if (argument == "--help" || argument == "--version") {
+            result.command = argument;
+            return result;
+        }
+    }
+    if (arguments.empty()) {
+        throw misunderstood("no command");
+    }
+    const Command& command = findCommand(arguments.front());
+    result.command = command.name;
+    std::vector<std::string> operands;
+    for (std::size_t i = 1; i < arguments.size(); ++i) {
+        const std::string& argument = arguments[i];
+        const auto value = [&]() -> const std::string& {
+            if (i + 1 == arguments.size()) {
+                throw misunderstood("'" + argument + "' needs a file name");
+            }
+            return arguments[++i];
+        };
+        if (argument.empty() || argument.front() != '-') {
+            operands.push_back(argument);
+        } else if (argument == "-l" || argument == "--library") {
+            result.libraries.push_back(value());
+        } else if (command.drawing && argument == "--types") {
+            result.showTypes = true;
+        } else if (command.drawing && argument == "--freqs") {
+            result.showTypes = true; // without types, frequencies are not shown
+            result.showCompFreqs = true;
+        } else if (command.drawing && (argument == "-o" || argument == "--output")) {
+            result.outputFile = value();
+        } else if (command.ordering && (argument == "--fast" || argument == "--optimal")) {
+            result.fast = argument == "--fast";
+        } else {
+            throw misunderstood("'" + result.command + "' has no option '" + argument + "'");
+        }
+    }
+    if (operands.size() < command.minimum || operands.size() > command.maximum) {
+        throw misunderstood("'" + result.command + "' with " + std::to_string(operands.size()) +
+                            " arguments");
+    }
+    if (command.maximum == 2 && operands.size() == 2) {
+        result.function = operands.back();
+        operands.pop_back();
+    }
+    result.files = operands;
+    return result;
+}

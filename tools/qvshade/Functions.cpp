@@ -1,0 +1,133 @@
+#include "Functions.h"
+
+#include "Failure.h"
+
+#include "shadingdag/ShadingParser.h"
+
+#include <algorithm>
+#include <iterator>
+#include <set>
+
+using namespace qvShadingDag;
+
+namespace {
+
+Functions allFunctions() {
+    ShadingNodeSpec::LibraryIterator entry;
+    ShadingNodeSpec::LibraryIterator last;
+    Functions result;
+    for (ShadingNodeSpec::allSpecsInLibrary(entry, last); entry != last; ++entry) {
+        result.push_back(entry->second);
+    }
+    return result;
+}
+
+/// A parameter or result as a header has it; every frequency goes without saying.
+std::string declaration(const ShadingAttribute& attribute) {
+    const CompFreqRange range = attribute.compFreqRange();
+    return (range == CompFreqRange() ? "" : range.toString() + " ") + dataTypeName(attribute.dataType());
+}
+
+std::string withoutBlanks(std::string text) {
+    std::erase(text, ' ');
+    return text;
+}
+
+bool isDefined(const ShadingNodeSpec* spec) {
+    return spec->nodeType() == kFunctionNode;
+}
+
+} // namespace
+
+Functions readFile(const std::string& file) {
+    const Functions before = allFunctions();
+    ShadingParser parser;
+    if (!parser.parseFile(file, false)) {
+        const std::string error = parser.errorString();
+        // An error in the source has a place; a file that cannot be read has none.
+        if (error.find(") : error ") == std::string::npos) {
+            throw failure(kBadSource, "cannot read '" + file + "'");
+        }
+        throw Failure{kBadSource, error};
+    }
+    const std::set<const ShadingNodeSpec*> known(before.begin(), before.end());
+    Functions added;
+    for (ShadingNodeSpec* spec : allFunctions()) {
+        if (known.count(spec) == 0) {
+            added.push_back(spec);
+        }
+    }
+    return added;
+}
+
+Functions matchingFunctions(const Functions& functions, const std::string& wanted) {
+    const std::string compact = withoutBlanks(wanted);
+    Functions result;
+    std::copy_if(
+        functions.begin(), functions.end(), std::back_inserter(result),
+        [&](const ShadingNodeSpec* spec) { return spec->name() == wanted || signature(*spec) == compact; });
+    if (result.empty()) {
+        throw failure(kBadFunction, "no function '" + wanted + "'");
+    }
+    return result;
+}
+
+ShadingNodeSpec* chooseFunction(const Functions& functions, const std::string& wanted) {
+    Functions found = matchingFunctions(functions, wanted);
+    if (std::any_of(found.begin(), found.end(), isDefined)) {
+        std::erase_if(found, [](const ShadingNodeSpec* spec) { return !isDefined(spec); });
+    }
+    std::string others;
+    for (const ShadingNodeSpec* spec : found) {
+        if (signature(*spec) != signature(*found.front())) {
+            others += ", " + signature(*spec);
+        }
+    }
+    if (!others.empty()) {
+        throw failure(kBadFunction,
+                      "'" + wanted + "' stands for several functions: " + signature(*found.front()) + others);
+    }
+    return found.front();
+}
+
+std::string signature(const ShadingNodeSpec& spec) {
+    ShadingNodeSpec::ArgumentIterator argument;
+    ShadingNodeSpec::ArgumentIterator last;
+    std::string types;
+    for (spec.arguments(argument, last); argument != last; ++argument) {
+        types += (types.empty() ? "" : ",") + dataTypeName(argument->second.dataType());
+    }
+    return spec.name() + "(" + types + ")";
+}
+
+std::string header(const ShadingNodeSpec& spec) {
+    ShadingNodeSpec::AttributeIterator output;
+    ShadingNodeSpec::AttributeIterator lastOutput;
+    spec.outputs(output, lastOutput);
+    const bool returns = output != lastOutput && output->name() == "output";
+    std::string text = (returns ? declaration(*output) : "void") + " " + spec.name() + "(";
+
+    ShadingNodeSpec::ArgumentIterator argument;
+    ShadingNodeSpec::ArgumentIterator lastArgument;
+    std::string separator;
+    for (spec.arguments(argument, lastArgument); argument != lastArgument; ++argument) {
+        text += separator + (argument->first == kOutputNode ? "out " : "") + declaration(argument->second) +
+                " " + argument->second.name();
+        separator = ", ";
+    }
+    return text + ")";
+}
+
+int numNodes(const ShadingNodeSpec& spec) {
+    ShadingNodeSpec::NodeIterator first;
+    ShadingNodeSpec::NodeIterator last;
+    spec.internalNodes(first, last);
+    return static_cast<int>(std::distance(first, last));
+}
+
+int numLinks(const ShadingNodeSpec& spec) {
+    ShadingNodeSpec::LinkIterator first;
+    ShadingNodeSpec::LinkIterator last;
+    spec.internalLinks(first, last);
+    return static_cast<int>(std::distance(first, last));
+}

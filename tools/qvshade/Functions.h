@@ -1,0 +1,31 @@
+#pragma once
+
+#include "shadingdag/ShadingNodeSpec.h"
+
+#include <string>
+#include <vector>
+
+/// Functions of the library, by the bytes of their names, overloads in the order of their files.
+using Functions = std::vector<qvShadingDag::ShadingNodeSpec*>;
+
+/// Reads a file behind what the library holds and returns the functions that it added. Throws a
+/// `Failure` with the parser's text when the file has an error.
+Functions readFile(const std::string& file);
+
+/// The functions among `functions` that `wanted`, a name or a signature, stands for; throws a
+/// `Failure` when there are none.
+Functions matchingFunctions(const Functions& functions, const std::string& wanted);
+
+/// The one function to show for `wanted`; throws a `Failure` when there is none or a name is not
+/// enough.
+qvShadingDag::ShadingNodeSpec* chooseFunction(const Functions& functions, const std::string& wanted);
+
+/// "mix(float3,float3,float)", the text that chooses a function.
+std::string signature(const qvShadingDag::ShadingNodeSpec& spec);
+
+/// The function as its header would be written: "vertex float3 f(uniform:fragment float3 x)".
+std::string header(const qvShadingDag::ShadingNodeSpec& spec);
+
+/// How many nodes and links a graph has.
+int numNodes(const qvShadingDag::ShadingNodeSpec& spec);
+int numLinks(const qvShadingDag::ShadingNodeSpec& spec);

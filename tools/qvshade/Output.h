@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// Rows of texts; the first row is the heading.
+using Table = std::vector<std::vector<std::string>>;
+
+/// Standard streams write the bytes that they are given, on every platform.
+void useBinaryStreams();
+
+/// Writes to standard output; throws a `Failure` when that fails.
+void print(const std::string& text);
+
+/// Prints a table: aligned below a bold heading on a terminal, with tabs between columns elsewhere.
+void printTable(const Table& table);
+
+/// The table as text, aligned (the last column as it comes) or with tabs.
+std::string tableText(const Table& table, bool aligned);
+
+/// Writes the DOT text `graph` to `file` as text (.dot) or picture (.svg, .png). Throws a `Failure`
+/// when the file's ending is another, when Graphviz is missing and when writing fails.
+void writeGraph(const std::string& graph, const std::string& file);
