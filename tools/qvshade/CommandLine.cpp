@@ -6,7 +6,7 @@
 #include <string_view>
 
 const char* const kHelp =
-    R"(Reads files of shading functions and shows what is in them.
+    R"help(Reads files of shading functions and shows what is in them.
 
   qvshade check FILE...            read the files, one behind the other
   qvshade list FILE [FUNCTION]     signatures, kind, nodes and links of the functions
@@ -36,7 +36,7 @@ may be repeated-- help, --version print this text,
 2 the command line is not understood;
 3 the function is unknown, ambiguous or cannot be expanded; 4 the output cannot be
 written or drawn.
-)";
+)help";
 
 namespace {
 

@@ -54,7 +54,7 @@ void list(const CommandLine& line) {
     printTable(table);
 }
 
-void show(const CommandLine& line, const ShadingNodeSpec& spec) {
+void show(const CommandLine& line, ShadingNodeSpec& spec) {
     const std::string text = convertToGraphviz(&spec, line.showTypes, line.showCompFreqs);
     if (line.outputFile.empty()) {
         print(text);
