@@ -1,0 +1,35 @@
+#pragma once
+
+#include "base/CString.h"
+#include "base/Export.h"
+#include "core/DataType.h"
+#include "hsl/HSLStringContainer.h"
+
+namespace qvShadingDag {
+class ShadingNode;
+}
+
+/// What the members of the connectors and the uniforms have in common: a typed name that stands for
+/// a node of a shading graph. The node is not owned and is never looked into.
+class QV_EXPORT HSLNamedItem : public HSLStringContainer {
+public:
+    DataType dataType() const { return fDataType; }
+    const qvString::CString& logicalName() const { return fLogicalName; }
+    /// The node that the item carries; may be null.
+    qvShadingDag::ShadingNode* dataNodePtr() const { return fDataNodePtr; }
+
+protected:
+    /// Type 0, an empty name and no node.
+    HSLNamedItem();
+    HSLNamedItem(DataType type, qvString::CString logicalName, qvShadingDag::ShadingNode* node);
+
+    /// Makes a class-wide item out of an empty one; it carries no node.
+    void set(DataType type, const char* logicalName);
+
+    /// Same type, name and node.
+    bool equals(const HSLNamedItem& other) const;
+
+    DataType fDataType = kInvalidDataType;
+    qvString::CString fLogicalName;
+    qvShadingDag::ShadingNode* fDataNodePtr = nullptr;
+};
