@@ -1,0 +1,3 @@
+#include "hsl/IShadingDagConvertor.h"
+
+IShadingDagConvertor::~IShadingDagConvertor() = default;
