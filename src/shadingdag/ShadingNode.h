@@ -96,15 +96,15 @@ public:
     CompFreqRange compFreqRangeOfOutput(const std::string& name) const;
 
 private:
-    friend class ShadingLink;
+    friend class BodyCopier;
+    friend class FlatGraph;
     friend class ShadingNodeSpec;
 
     void copyMeaning(const ShadingNode& other);
     void becomeInterface(NodeType kind, DataType type, const std::string& name);
 
     unsigned int fNumber = 0;
-    mutable unsigned int fMark = 0;  // scratch of the operation that is running
-    mutable unsigned int fVisit = 0; // the last walk that came by; see ShadingNodeSpec::fVisit
+    mutable unsigned int fMark = 0; // scratch of the operation that is running
     NodeType fNodeType = kInvalidNodeType;
     std::list<ShadingLink*> fIncomingLinks;
     std::list<ShadingLink*> fOutgoingLinks;

@@ -1,38 +1,18 @@
 #include "shadingdag/ShadingNodeSpec.h"
 
 #include "core/Exception.h"
+#include "shadingdag/ShadingNodeSpecDetail.h"
 
 #include <algorithm>
 #include <memory>
 #include <new>
-#include <string_view>
 #include <tuple>
-#include <unordered_map>
 #include <vector>
 
 namespace qvShadingDag {
 
 int ShadingNodeSpec::fsNumInstances_ShadingNodeSpec = 0;
 std::multimap<std::string, ShadingNodeSpec*> ShadingNodeSpec::fLibrary;
-
-/// What a new link reads: the value as its source names it.
-struct ShadingNodeSpec::LinkSource {
-    ShadingNode* node;
-    std::string_view name;
-    int output; // as in ShadingLink::sourceOutput
-    DataType dataType;
-    CompFreqRange range;
-
-    explicit LinkSource(const ShadingAttribute& value)
-        : node(value.nodePtr()), name(value.name()),
-          output(node->isCall() ? node->specPtr()->getOffsetOfOutput(value.name()) : -1),
-          dataType(value.dataType()), range(value.compFreqRange()) {}
-
-    /// The value of `link`, but from the node `source`.
-    LinkSource(const ShadingLink& link, ShadingNode* source)
-        : node(source), name(link.fSourceAttrName), output(link.fSourceOutput), dataType(link.fDataType),
-          range(link.fCompFreqRange) {}
-};
 
 namespace {
 
@@ -63,38 +43,6 @@ DataType dataTypeOf(const Attributes& attributes, const std::string& name) {
     }
     return kInvalidDataType;
 }
-
-/// Finds the first incoming link of each name; builds an index only where walking the links for
-/// every input would be quadratic.
-class InputFinder {
-public:
-    explicit InputFinder(const ShadingNode& node) : fLinks(node.incomingLinks()) {
-        if (fLinks.size() > kLinksWorthAnIndex) {
-            for (ShadingLink* link : fLinks) {
-                fIndex.emplace(link->destAttrName(), link); // keeps the first
-            }
-        }
-    }
-
-    ShadingLink* find(const std::string& inputName) const {
-        if (!fIndex.empty()) {
-            const auto found = fIndex.find(inputName);
-            return found == fIndex.end() ? nullptr : found->second;
-        }
-        for (ShadingLink* link : fLinks) {
-            if (link->destAttrName() == inputName) {
-                return link;
-            }
-        }
-        return nullptr;
-    }
-
-private:
-    static constexpr std::size_t kLinksWorthAnIndex = 16;
-
-    const std::list<ShadingLink*>& fLinks;
-    std::unordered_map<std::string_view, ShadingLink*> fIndex;
-};
 
 bool isEmpty(unsigned int low, unsigned int high) {
     return low == kInvalidFreq || high == kInvalidFreq || low > high;

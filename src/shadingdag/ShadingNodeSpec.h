@@ -12,8 +12,11 @@
 #include <map>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace qvShadingDag {
+
+struct LinkSource;
 
 /// One function of the shading language: its name, its interface and, for a defined function, the
 /// directed acyclic graph that computes its outputs.
@@ -142,6 +145,73 @@ public:
     void evaluateCompFrequencies(ShadingNode* node);
     /// @}
 
+    /// @name Expansion
+    /// What is added goes behind everything that is there. The links of the calls that disappear are
+    /// destroyed with them; pointers to all other nodes stay valid.
+    /// @{
+
+    /// Puts the body of the function that `callNode` calls in its place; a node that is no call of a
+    /// function stays. Takes linear time in the body and the links of the call.
+    ///
+    /// On purpose a link that left the call keeps its source attribute name, whatever the name of
+    /// the output that it now reads (see ShadingLink::sourceOutput). The ranges of the nodes behind
+    /// the call are not evaluated again.
+    ///
+    /// Throws without any change when an input of the call or in the body is not connected, and
+    /// when the body does not connect an output that is used.
+    void expandNode(ShadingNode* callNode);
+
+    /// Expands calls until only calls of primitives are left, those in the bodies included.
+    ///
+    /// Throws without any change where `expandNode` would, when a function calls itself, directly
+    /// or not, and when more than 2^24 nodes would be the result or as many calls be on the way.
+    void expandFunctionCalls();
+
+    /// Calls `replacement` in place of `node`, with the same links, and returns the new call.
+    ///
+    /// Null without any change when the parameters (kind and type of each, and the returned type)
+    /// differ, when there are fewer of them, and when `node` is no call of this graph. Parameters
+    /// beyond those of `node` need `allowExtraInputs`; each extra input becomes an input of this
+    /// function, marked as light specific. Ranges are evaluated where the replacement has the names
+    /// of the connected inputs, and taken over otherwise.
+    ShadingNode* replaceOperationNode(ShadingNode* node, ShadingNodeSpec* replacement, bool allowExtraInputs);
+    /// @}
+
+    /// @name Scheduling
+    /// Upstream is the direction from a node to the nodes that feed it. Nothing here recurses, and
+    /// time is linear in nodes and links but for the look-ups in the maps.
+    /// @{
+
+    /// Appends all nodes to `result`: upstream, every node behind the nodes that feed it, otherwise
+    /// behind the nodes that it feeds. Depth first from the nodes in list order, neighbours in the
+    /// order of their links.
+    void fastTopoSort(std::list<ShadingNode*>* result, bool upstream) const;
+
+    /// Appends all nodes to `result`, every node behind the nodes that feed it. Depth first from the
+    /// nodes that feed nothing, in list order, and at each node to the feeding node with the
+    /// greatest distance first; equal ones in the order of their links. A feeding node that is not
+    /// in `distance` counts as 0 and is added to it.
+    void optimalTopoSort(std::map<ShadingNode*, unsigned int>& distance,
+                         std::list<ShadingNode*>* result) const;
+
+    /// The sort behind it: starting at every node in turn or only at those that feed nothing, and
+    /// with the farthest or the nearest feeding node first.
+    void topoSortByDistance(std::map<ShadingNode*, unsigned int>& distance, std::list<ShadingNode*>* result,
+                            bool onlyFromEnds, bool farthestFirst) const;
+
+    /// Sets the number of links on the shortest way from `start` to every other node that can be
+    /// reached. The entry of `start` is not written: it is where counting begins, 0 when it is
+    /// missing.
+    void computeDistance(ShadingNode* start, std::map<ShadingNode*, unsigned int>& distance,
+                         bool upstream) const;
+
+    /// For `node` and every node that can be reached from it: sets `result` to the largest value of
+    /// `distance` among the node itself and all nodes that it reaches. A missing distance reads as
+    /// 0. Both maps may be one.
+    void computeDeepestChildrenDistance(ShadingNode* node, std::map<ShadingNode*, unsigned int>& distance,
+                                        std::map<ShadingNode*, unsigned int>& result, bool upstream) const;
+    /// @}
+
     /// @name The function library
     /// @{
 
@@ -159,7 +229,9 @@ public:
     /// @}
 
 private:
-    struct LinkSource;
+    friend class BodyCopier;
+    friend class ExpansionCheck;
+    friend class FlatGraph;
 
     explicit ShadingNodeSpec(NodeType kind);
 
@@ -167,9 +239,13 @@ private:
                                          const CompFreqRange& range);
     ShadingNode* makeNode();
     ShadingLink* makeLink(const LinkSource& from, ShadingNode* dest, const std::string& destName);
+    void destroyLink(ShadingLink* link);
+    void destroyCall(ShadingNode* node);
     void checkOwns(const ShadingNode* node) const;
     void checkReadable(const ShadingAttribute& value) const;
     const ShadingAttribute* evaluateWhereConnected(ShadingNode& node);
+    static void takeOverRanges(const ShadingNode& from, const std::vector<int>& matchingOutputs,
+                               ShadingNode& to);
 
     static std::multimap<std::string, ShadingNodeSpec*> fLibrary;
 

@@ -324,15 +324,4 @@ TEST_F(Graphviz, WritesEveryKindOfNode) {
     EXPECT_EQ(convertToGraphviz(nullptr, true, true), "");
 }
 
-TEST_F(NodeSpec, MillionNodeChainIsDestroyed) {
-    declare("step", {{kFloat, "x", {}}});
-    const OwnedSpec spec(makeSpec(kFunctionNode, "f", {{kFloat, "x", {}}}));
-    ShadingAttribute value = parameter(*spec, "x");
-    for (int i = 0; i < 1000000; ++i) {
-        value = valueOf(spec->addInternalNode("step", {value}));
-    }
-    spec->connectOutput(value, parameter(*spec, "output"));
-    EXPECT_EQ(linksOf(*spec).size(), 1000001U);
-}
-
 } // namespace

@@ -1,0 +1,396 @@
+// Expansion and replacement of calls in a ShadingNodeSpec.
+
+#include "core/Exception.h"
+#include "shadingdag/FlatGraph.h"
+#include "shadingdag/ShadingNodeSpecDetail.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+namespace qvShadingDag {
+
+namespace {
+
+constexpr std::uint64_t kMaxNodes = std::uint64_t(1) << 24U;
+
+std::uint64_t limitedSum(std::uint64_t a, std::uint64_t b) {
+    return std::min(a + b, kMaxNodes + 1);
+}
+
+/// Throws when an input of a call has no link.
+void checkInputs(const ShadingNode& call) {
+    const InputFinder finder(call);
+    ShadingNodeSpec::AttributeIterator input;
+    ShadingNodeSpec::AttributeIterator last;
+    for (call.specPtr()->inputs(input, last); input != last; ++input) {
+        if (!finder.find(input->name())) {
+            throw Exception("Input is not connected: " + input->name());
+        }
+    }
+}
+
+/// The links that feed the outputs of a function, in the order of the outputs; null where none
+/// does.
+std::vector<const ShadingLink*> outputFeeds(const ShadingNodeSpec& spec) {
+    std::vector<const ShadingLink*> feeds;
+    ShadingNodeSpec::AttributeIterator output;
+    ShadingNodeSpec::AttributeIterator last;
+    for (spec.outputs(output, last); output != last; ++output) {
+        const auto& links = output->nodePtr()->incomingLinks();
+        feeds.push_back(links.empty() ? nullptr : links.front());
+    }
+    return feeds;
+}
+
+/// Whether the output of a function that `reader` reads is one of the connected ones.
+template <typename Outputs>
+bool reads(const ShadingLink& reader, const Outputs& connected) {
+    const auto output = static_cast<std::size_t>(reader.sourceOutput()); // -1 is beyond all of them
+    return output < connected.size() && connected[output];
+}
+
+template <typename Outputs>
+void checkOutput(const ShadingLink& reader, const Outputs& connected) {
+    if (!reads(reader, connected)) {
+        throw Exception("Output is not connected: " + reader.sourceAttrName());
+    }
+}
+
+/// For each output of `from`, the position of the output of `to` that takes its place: the returned
+/// value that of the returned value, the others in order. -1 where there is none.
+std::vector<int> matchingOutputs(const ShadingNodeSpec& from, const ShadingNodeSpec& to) {
+    const std::string returned = "output";
+    ShadingNodeSpec::AttributeIterator output;
+    ShadingNodeSpec::AttributeIterator last;
+    std::vector<int> parameters; // the positions of `to`'s outputs but for the returned value
+    int position = 0;
+    for (to.outputs(output, last); output != last; ++output, ++position) {
+        if (output->name() != returned) {
+            parameters.push_back(position);
+        }
+    }
+    std::vector<int> matches;
+    std::size_t next = 0;
+    for (from.outputs(output, last); output != last; ++output) {
+        if (output->name() == returned) {
+            matches.push_back(to.getOffsetOfOutput(returned));
+        } else {
+            matches.push_back(next < parameters.size() ? parameters[next] : -1);
+            ++next;
+        }
+    }
+    return matches;
+}
+
+} // namespace
+
+void ShadingNodeSpec::destroyLink(ShadingLink* link) {
+    link->fSourceNode->fOutgoingLinks.erase(link->fSourcePlace);
+    link->fDestNode->fIncomingLinks.erase(link->fDestPlace);
+    fInternalLinks.erase(link->fPlace);
+    delete link;
+}
+
+void ShadingNodeSpec::destroyCall(ShadingNode* node) {
+    while (!node->fIncomingLinks.empty()) {
+        destroyLink(node->fIncomingLinks.front());
+    }
+    while (!node->fOutgoingLinks.empty()) {
+        destroyLink(node->fOutgoingLinks.front());
+    }
+    fInternalNodes.erase(node->fPlace);
+    delete node;
+}
+
+/// Copies the body of one function into another graph, in place of a call.
+///
+/// 1. The body is sorted so that every node comes behind those that feed it.
+/// 2. Each of its nodes gets something in the target that has its value: an input what feeds the
+///    call there, a constant and a call a copy; a copied call is linked and evaluated at once.
+/// 3. What left the call leaves instead what feeds the body's output that it read.
+/// 4. The call and its links are destroyed.
+///
+/// Interface and constant nodes have one value, so that it is found by node, whatever name a link
+/// carries. The value of a call's copy is found by the output that a link reads; its name is that
+/// of the link, which may be kept from an earlier expansion.
+class BodyCopier {
+public:
+    explicit BodyCopier(ShadingNodeSpec& target) : fTarget(target) {}
+
+    /// `call` and the body that it stands for have been checked: nothing fails from here on.
+    void expand(ShadingNode* call);
+
+private:
+    struct Value {
+        std::optional<LinkSource> source; // of inputs and constants
+        ShadingNode* copy = nullptr;      // of constants and calls
+        std::size_t firstRange = 0;       // of calls: where the ranges of their outputs start
+    };
+
+    LinkSource valueBehind(const ShadingLink& link) const;
+    void copyCall(const ShadingNode& node, Value& value);
+
+    ShadingNodeSpec& fTarget;
+    std::vector<Value> fValues; // by the marks of the body's nodes
+    std::vector<CompFreqRange> fRanges;
+};
+
+LinkSource BodyCopier::valueBehind(const ShadingLink& link) const {
+    const Value& value = fValues[link.sourceNode()->fMark];
+    if (!link.sourceNode()->isCall()) {
+        return *value.source;
+    }
+    LinkSource source(link, value.copy);
+    const auto output = static_cast<std::size_t>(link.sourceOutput()); // -1 is beyond all of them
+    if (output < value.copy->specPtr()->fOutputs.size()) {
+        source.range = fRanges[value.firstRange + output];
+    }
+    return source;
+}
+
+void BodyCopier::copyCall(const ShadingNode& node, Value& value) {
+    value.copy = fTarget.makeNode();
+    value.copy->setOperator(node.specPtr());
+    value.copy->fLightSpecific = node.fLightSpecific;
+    for (const ShadingLink* link : node.incomingLinks()) {
+        fTarget.makeLink(valueBehind(*link), value.copy, link->destAttrName());
+    }
+    fTarget.evaluateCompFrequencies(value.copy);
+    value.firstRange = fRanges.size();
+    for (const ShadingAttribute& output : node.specPtr()->fOutputs) {
+        fRanges.push_back(value.copy->compFreqRangeOfOutput(output.name()));
+    }
+}
+
+void BodyCopier::expand(ShadingNode* call) {
+    const FlatGraph body(*call->specPtr(), true);
+    const auto feeds = outputFeeds(*call->specPtr());
+    const InputFinder callInputs(*call);
+    fValues.assign(body.size(), Value());
+    fRanges.clear();
+
+    for (const unsigned int position : body.postOrder()) {
+        const ShadingNode& node = *body.nodes()[position];
+        Value& value = fValues[position];
+        if (node.isCall()) {
+            copyCall(node, value);
+        } else if (node.nodeType() == kInputNode) {
+            const ShadingLink* feed = callInputs.find(node.fName);
+            value.source.emplace(*feed, feed->sourceNode());
+        } else if (node.nodeType() == kConstantNode) {
+            value.copy = fTarget.addInternalNode(node.constant());
+            value.copy->fLightSpecific = node.fLightSpecific;
+            value.source.emplace(fTarget.fConstants.back());
+        }
+    }
+
+    for (const ShadingLink* link : call->outgoingLinks()) {
+        const LinkSource value = valueBehind(*feeds[static_cast<std::size_t>(link->sourceOutput())]);
+        // On purpose: type and source attribute name stay those of the old link.
+        LinkSource source(*link, value.node);
+        source.output = value.output;
+        source.range = value.range;
+        fTarget.makeLink(source, link->destNode(), link->destAttrName());
+    }
+    fTarget.destroyCall(call);
+}
+
+/// Finds out, before anything is changed, whether all calls of a function can be expanded, and how
+/// many nodes that gives. Each function is looked at once, behind those that it calls.
+class ExpansionCheck {
+public:
+    explicit ExpansionCheck(const ShadingNodeSpec& function);
+
+private:
+    struct Body {
+        bool finished = false;
+        std::uint64_t nodes = 0;     // that an expanded call adds
+        std::uint64_t calls = 0;     // that are expanded on the way
+        std::vector<bool> connected; // by output: whether its value is there in the end
+    };
+
+    const Body& calledBody(const ShadingNode& call) const { return fBodies.at(call.specPtr()); }
+    void finish(const ShadingNodeSpec& function, Body& body) const;
+
+    std::unordered_map<const ShadingNodeSpec*, Body> fBodies;
+};
+
+ExpansionCheck::ExpansionCheck(const ShadingNodeSpec& function) {
+    struct Step {
+        const ShadingNodeSpec* function;
+        ShadingNodeSpec::NodeIterator node;
+    };
+    std::vector<Step> path{{&function, function.fInternalNodes.begin()}};
+    fBodies[&function];
+    while (!path.empty()) {
+        auto& [current, place] = path.back();
+        if (place == current->fInternalNodes.end()) {
+            finish(*current, fBodies[current]);
+            path.pop_back();
+            continue;
+        }
+        const ShadingNode& node = **place++;
+        if (node.nodeType() == kFunctionNode) {
+            const auto [body, isNew] = fBodies.try_emplace(node.specPtr());
+            if (isNew) {
+                path.push_back({node.specPtr(), node.specPtr()->fInternalNodes.begin()});
+            } else if (!body->second.finished) {
+                throw Exception("Function calls itself: " + node.specPtr()->fName);
+            }
+        }
+    }
+
+    const Body& whole = fBodies[&function];
+    const std::size_t interfaceNodes = function.fInputs.size() + function.fOutputs.size();
+    if (whole.nodes + interfaceNodes > kMaxNodes || whole.calls > kMaxNodes) {
+        throw Exception("Expansion gives more than " + std::to_string(kMaxNodes) +
+                        " nodes: " + function.fName);
+    }
+    for (const ShadingLink* link : function.fInternalLinks) {
+        if (link->sourceNode()->nodeType() == kFunctionNode) {
+            checkOutput(*link, calledBody(*link->sourceNode()).connected);
+        }
+    }
+}
+
+void ExpansionCheck::finish(const ShadingNodeSpec& function, Body& body) const {
+    for (const ShadingNode* node : function.fInternalNodes) {
+        if (node->isCall()) {
+            checkInputs(*node);
+        }
+        if (node->nodeType() == kFunctionNode) {
+            const Body& called = calledBody(*node);
+            body.nodes = limitedSum(body.nodes, called.nodes);
+            body.calls = limitedSum(body.calls, called.calls + 1);
+        } else if (node->nodeType() == kOperationNode || node->nodeType() == kConstantNode) {
+            body.nodes = limitedSum(body.nodes, 1);
+        }
+        // What feeds a call of the body is needed wherever the body goes; what feeds its outputs
+        // only where they are read.
+        for (const ShadingLink* link : node->incomingLinks()) {
+            if (node->isCall() && link->sourceNode()->nodeType() == kFunctionNode) {
+                checkOutput(*link, calledBody(*link->sourceNode()).connected);
+            }
+        }
+    }
+    for (const ShadingLink* feed : outputFeeds(function)) {
+        const bool fromFunction = feed && feed->sourceNode()->nodeType() == kFunctionNode;
+        body.connected.push_back(feed &&
+                                 (!fromFunction || reads(*feed, calledBody(*feed->sourceNode()).connected)));
+    }
+    body.finished = true;
+}
+
+void ShadingNodeSpec::expandNode(ShadingNode* callNode) {
+    checkOwns(callNode);
+    if (callNode->fNodeType != kFunctionNode) {
+        return;
+    }
+    checkInputs(*callNode);
+    for (const ShadingNode* node : callNode->fSpec->fInternalNodes) {
+        if (node->isCall()) {
+            checkInputs(*node);
+        }
+    }
+    const auto feeds = outputFeeds(*callNode->fSpec);
+    for (const ShadingLink* link : callNode->fOutgoingLinks) {
+        checkOutput(*link, feeds);
+    }
+    BodyCopier(*this).expand(callNode);
+}
+
+void ShadingNodeSpec::expandFunctionCalls() {
+    const ExpansionCheck check(*this);
+    BodyCopier copier(*this);
+    // New calls come to the end of the list: one walk meets them all.
+    for (auto place = fInternalNodes.begin(); place != fInternalNodes.end();) {
+        if ((*place)->fNodeType != kFunctionNode) {
+            ++place;
+            continue;
+        }
+        const bool isFirst = place == fInternalNodes.begin();
+        const auto previous = isFirst ? place : std::prev(place);
+        copier.expand(*place);
+        place = isFirst ? fInternalNodes.begin() : std::next(previous);
+    }
+}
+
+/// Gives the outputs of `to` the ranges of the outputs of `from` that they take the place of, and
+/// any other output its lowest declared level.
+void ShadingNodeSpec::takeOverRanges(const ShadingNode& from, const std::vector<int>& matchingOutputs,
+                                     ShadingNode& to) {
+    for (const ShadingAttribute& output : to.fSpec->fOutputs) {
+        const unsigned int lowest = output.compFreqRange().lowest();
+        to.addOutputCompFreqRange(output.name(), CompFreqRange(lowest, lowest));
+    }
+    auto match = matchingOutputs.begin();
+    for (const ShadingAttribute& output : from.fSpec->fOutputs) {
+        const auto range = from.fOutputRanges.find(output.name());
+        if (*match >= 0 && range != from.fOutputRanges.end()) {
+            to.addOutputCompFreqRange(std::next(to.fSpec->fOutputs.begin(), *match)->name(), range->second);
+        }
+        ++match;
+    }
+}
+
+ShadingNode* ShadingNodeSpec::replaceOperationNode(ShadingNode* node, ShadingNodeSpec* replacement,
+                                                   bool allowExtraInputs) {
+    if (!node || node->fOwner != this || !node->isCall() || !replacement ||
+        (replacement->fNodeType != kOperationNode && replacement->fNodeType != kFunctionNode)) {
+        return nullptr;
+    }
+    // 1. Compatibility.
+    const ShadingNodeSpec& old = *node->fSpec;
+    auto argument = replacement->fArguments.begin();
+    for (const auto& [marker, parameter] : old.fArguments) {
+        if (argument == replacement->fArguments.end() || argument->first != marker ||
+            argument->second.dataType() != parameter.dataType()) {
+            return nullptr;
+        }
+        ++argument;
+    }
+    // A copy: the replacement may be this function, which the new inputs make longer.
+    const std::vector<std::pair<NodeType, ShadingAttribute>> extra(argument, replacement->fArguments.end());
+    if (old.dataTypeOfOutput("output") != replacement->dataTypeOfOutput("output") ||
+        (!extra.empty() && (!allowExtraInputs || fNodeType != kFunctionNode))) {
+        return nullptr;
+    }
+
+    // 2. The new call.
+    ShadingNode* call = makeNode();
+    call->setOperator(replacement);
+
+    // 3. Its links.
+    const auto outputs = matchingOutputs(old, *replacement);
+    for (const ShadingLink* link : node->fIncomingLinks) {
+        makeLink(LinkSource(*link, link->fSourceNode), call, link->fDestAttrName);
+    }
+    for (const ShadingLink* link : node->fOutgoingLinks) {
+        LinkSource source(*link, call);
+        const auto output = static_cast<std::size_t>(link->fSourceOutput);
+        source.output = output < outputs.size() ? outputs[output] : -1;
+        makeLink(source, link->fDestNode, link->fDestAttrName);
+    }
+
+    // 4. What the replacement needs in addition.
+    for (const auto& [marker, parameter] : extra) {
+        if (marker == kInputNode) {
+            ShadingNode* input =
+                addInput(parameter.dataType(), parameter.name(), parameter.compFreqRange())->nodePtr();
+            input->setLightSpecific(true);
+            makeLink(LinkSource(ShadingAttribute(input, "output")), call, parameter.name());
+        }
+    }
+    if (evaluateWhereConnected(*call)) {
+        takeOverRanges(*node, outputs, *call);
+    }
+
+    // 5. The old call.
+    destroyCall(node);
+    return call;
+}
+
+} // namespace qvShadingDag
