@@ -19,11 +19,15 @@ install(
   RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
-set(QV_RUNTIME_FILES)
+set(QV_RUNTIME_FILES qv${CMAKE_SHARED_LIBRARY_SUFFIX})
 foreach(runtime ${QV_RUNTIMES})
   get_filename_component(name "${runtime}" NAME)
   list(APPEND QV_RUNTIME_FILES ${name})
   install(FILES "${runtime}" DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  install(
+    CODE "if(CMAKE_INSTALL_DO_STRIP)
+  execute_process(COMMAND \"${CMAKE_STRIP}\" \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/${name}\")
+endif()")
 endforeach()
 install(
   EXPORT qvTargets

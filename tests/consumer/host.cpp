@@ -1,0 +1,85 @@
+// What every host relies on, across the border of a library that was built elsewhere: strings,
+// exceptions, static data, derived classes, and each family once.
+//
+//     host STDLIB-FILE SCRATCH-FOLDER
+
+#include "core/DataType.h"
+#include "core/Exception.h"
+#include "core/qvArray.h"
+#include "core/qvBitField.h"
+#include "shadingdag/Graphviz.h"
+#include "shadingdag/ShadingNodeSpec.h"
+#include "shadingdag/ShadingParser.h"
+
+#include <cstdio>
+#include <string>
+#include <typeinfo>
+
+using qvShadingDag::ShadingNode;
+using qvShadingDag::ShadingNodeSpec;
+using qvShadingDag::ShadingParser;
+
+namespace {
+
+int failures = 0;
+
+void check(bool condition, const char* what) {
+    std::printf("%s %s\n", condition ? "ok    " : "FAILED", what);
+    failures += condition ? 0 : 1;
+}
+
+class IntArray : public qvArray {
+public:
+    IntArray() : qvArray(sizeof(int), 4) {}
+    void append(int value) { insertElement(&value, length(), 1); }
+    int operator[](unsigned int i) const { return *static_cast<const int*>(address(i)); }
+};
+
+bool throwsWhatIsCaughtHere() {
+    try {
+        verifyAlways(false, std::string("a message longer than what a string keeps in place"));
+    } catch (const Exception& error) {
+        return error.type == kInternalError &&
+               error.message == "a message longer than what a string keeps in place";
+    }
+    return false;
+}
+
+void readShadingLibrary(const char* stdlib) {
+    const int before = ShadingNode::fsNumInstances_ShadingNode;
+    ShadingParser parser;
+    const bool parsed = parser.parseFile(stdlib, false);
+    check(parsed, "the standard library is read");
+    if (!parsed) {
+        std::printf("%s\n", parser.errorString().c_str());
+    }
+    check(ShadingNode::fsNumInstances_ShadingNode > before + 1000, "static data members are shared");
+    check(ShadingNodeSpec::findSpecInLibrary("operator+") != nullptr, "functions are found");
+    check(qvShadingDag::convertToGraphviz("operator+", true, true).starts_with("digraph"),
+          "graphs are drawn");
+    ShadingNodeSpec::clearLibrary();
+    check(ShadingNode::fsNumInstances_ShadingNode == before, "no node is left over");
+
+    check(!parser.parseFile("no such file", false) && !parser.errorString().empty(), "errors are reported");
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 3) {
+        std::fprintf(stderr, "usage: host STDLIB-FILE SCRATCH-FOLDER\n");
+        return 2;
+    }
+    check(dataTypeName(kFloat3) == "float3", "strings come across");
+    check(throwsWhatIsCaughtHere(), "exceptions come across");
+
+    IntArray array;
+    array.append(7);
+    array.append(9);
+    const qvArray& base = array;
+    check(array[1] == 9 && typeid(base) == typeid(IntArray), "classes can be derived from");
+    check(qvBitField16(5).allSet(0, 2), "bit fields work");
+
+    readShadingLibrary(argv[1]);
+    return failures == 0 ? 0 : 1;
+}
