@@ -56,7 +56,12 @@ if(TARGET qvshade)
 endif()
 
 install(FILES stdlib/stdlib.qvs DESTINATION "${QV_DATA_DIR}")
-install(FILES LICENSE CHANGELOG.md DESTINATION "${QV_DOC_DIR}")
+if(WIN32)
+  install(FILES LICENSE DESTINATION "${QV_DOC_DIR}")
+else()
+  install(FILES LICENSE DESTINATION "${QV_DOC_DIR}" RENAME copyright) # where Debian looks for it
+endif()
+install(FILES CHANGELOG.md DESTINATION "${QV_DOC_DIR}")
 install(FILES README.md DESTINATION "${QV_DOC_DIR}" OPTIONAL)
 install(DIRECTORY docs DESTINATION "${QV_DOC_DIR}" FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg")
 install(
