@@ -13,8 +13,7 @@
 #include <sstream>
 
 using namespace qvShadingDag;
-using std::abs, std::acos, std::atan2, std::cos, std::exp, std::floor, std::log, std::pow, std::sin,
-    std::sqrt, std::tan;
+using std::abs, std::acos, std::cos, std::exp, std::floor, std::log, std::pow, std::sin, std::sqrt, std::tan;
 
 namespace {
 
