@@ -588,6 +588,22 @@ TEST(StandardLibrary, ClonesHaveTheValueAndTheTextOfTheirSource) {
     }
 }
 
+TEST(StandardLibrary, ExpansionKeepsEveryValue) {
+    for (const Point& point : allPoints()) {
+        const ShadingNodeSpec* spec = find(point);
+        ASSERT_NE(spec, nullptr) << point.function;
+        const std::unique_ptr<ShadingNodeSpec> expanded(spec->clone());
+        expanded->expandFunctionCalls();
+        ShadingNodeSpec::NodeIterator first, last;
+        for (expanded->internalNodes(first, last); first != last; ++first) {
+            EXPECT_NE((*first)->nodeType(), kFunctionNode) << signature(*spec) << ": " << (*first)->name();
+        }
+        EXPECT_EQ(flatValue(*expanded, point.inputs), flatValue(*spec, point.inputs)) << signature(*spec);
+        const std::unique_ptr<ShadingNodeSpec> copy(expanded->clone());
+        EXPECT_EQ(flatValue(*copy, point.inputs), flatValue(*spec, point.inputs)) << signature(*spec);
+    }
+}
+
 TEST(StandardLibrary, TextureFunctionsRunPerFragment) {
     for (const ShadingNodeSpec* spec : definitions()) {
         const std::vector<DataType> types = inputTypes(*spec);
