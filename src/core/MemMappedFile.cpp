@@ -38,7 +38,7 @@ bool appendAll(std::FILE* file, std::vector<char>& bytes) {
 
 } // namespace
 
-bool MemMappedFile::open(std::string fileName) {
+bool MemMappedFile::open(const std::string& fileName) {
     const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(fileName.c_str(), "r"));
     if (!file) {
         return false;

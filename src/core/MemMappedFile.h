@@ -15,7 +15,7 @@ public:
     /// Appends the file in text mode (on Windows, CR LF becomes a line feed and the byte 0x1A ends
     /// the file). Returns false with the bytes unchanged when the file cannot be opened or read (a
     /// folder, say), or when more than 2^31 - 1 bytes would be held.
-    bool open(std::string fileName);
+    bool open(const std::string& fileName);
 
     /// The byte at `index`; throws an `Exception` of type `kInputError` at `size()` and beyond.
     char operator[](unsigned long index) const {

@@ -64,8 +64,8 @@ int componentIndex(char letter) {
 
 } // namespace
 
-bool ShadingParser::parseFile(std::string fileName, bool /*flag*/) {
-    if (!openFile(std::move(fileName))) {
+bool ShadingParser::parseFile(const std::string& fileName, bool /*flag*/) {
+    if (!openFile(fileName)) {
         fErrorText = "Couldn't not find stdlib.qvs file!\n"; // On purpose: whatever the name.
         return false;
     }
@@ -221,7 +221,7 @@ void ShadingParser::parseFuncDecl() {
     const unsigned int n = parseFuncHeader();
     verifyAlways(typeAhead(n) == kSemicolon, "Expected semicolon");
     spec->addToLibrary();
-    spec.release();
+    static_cast<void>(spec.release()); // the library owns it now
     consumeTokens(n + 1);
 }
 
@@ -248,7 +248,7 @@ void ShadingParser::parseFuncDef() {
         spec->connectOutput(value, *parameter);
     }
     spec->addToLibrary();
-    spec.release();
+    static_cast<void>(spec.release()); // the library owns it now
 }
 
 /// [frequencies] type name "(" {argument} ")", read without consuming anything. Returns the index of
@@ -580,11 +580,11 @@ ShadingAttribute ShadingParser::parseUnaryExpression() {
 
 ShadingAttribute ShadingParser::parsePostfixExpression() {
     ShadingAttribute value = parsePrimaryExpression();
-    return typeAhead() == kAt ? parseSwizzlePostfixOperator(std::move(value)) : value;
+    return typeAhead() == kAt ? parseSwizzlePostfixOperator(value) : value;
 }
 
 /// "@" and one to four letters, of "xyzw" and "rgba" as one likes.
-ShadingAttribute ShadingParser::parseSwizzlePostfixOperator(ShadingAttribute operand) {
+ShadingAttribute ShadingParser::parseSwizzlePostfixOperator(const ShadingAttribute& operand) {
     constexpr const char* kExpected = "Expected valid swizzle pattern after '@' swizzle-operator (eg: @xyzw)";
     verifyAlways(typeAhead() == kAt, "Expected '@' swizzle-operator");
     consume_front_token();

@@ -37,7 +37,7 @@ public:
 
     /// Reads a whole file; false at the first error, which `errorString()` tells. The flag has no
     /// effect.
-    bool parseFile(std::string fileName, bool flag);
+    bool parseFile(const std::string& fileName, bool flag);
 
     /// The text of the last error, with its place and a line feed; it is empty after that.
     std::string errorString();
@@ -89,7 +89,7 @@ private:
     ShadingAttribute parseCastExpression();
     ShadingAttribute parseUnaryExpression();
     ShadingAttribute parsePostfixExpression();
-    ShadingAttribute parseSwizzlePostfixOperator(ShadingAttribute operand);
+    ShadingAttribute parseSwizzlePostfixOperator(const ShadingAttribute& operand);
     ShadingAttribute parsePrimaryExpression();
     ShadingAttribute parseNumericLiteralArray();
     ShadingAttribute parseFuncCallExpression(bool valueWanted);

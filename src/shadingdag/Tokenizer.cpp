@@ -3,7 +3,6 @@
 #include "core/Exception.h"
 
 #include <string_view>
-#include <utility>
 
 namespace qvShadingDag {
 
@@ -30,8 +29,8 @@ TokenType typeOfWord(const std::string& word) {
 
 } // namespace
 
-bool Tokenizer::openFile(std::string fileName) {
-    return fSource.open(std::move(fileName));
+bool Tokenizer::openFile(const std::string& fileName) {
+    return fSource.open(fileName);
 }
 
 // Every read goes through charAt(), which throws at the end of the source: a token that touches

@@ -24,7 +24,7 @@ class QV_EXPORT Tokenizer {
 public:
     /// Reads the file behind what was read before, without going back: the tokens of a second file
     /// follow those of the first, and so do their locations. False when the file cannot be read.
-    bool openFile(std::string fileName);
+    bool openFile(const std::string& fileName);
 
     /// Fills `*token` with the next token and returns `token`.
     Token* nextToken(Token* token);
