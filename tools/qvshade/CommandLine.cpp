@@ -40,35 +40,35 @@ written or drawn.
 
 namespace {
 
-    /// Which arguments and options a command takes.
-    struct Command {
-        std::string_view name;
-        std::size_t minimum; // files and function
-        std::size_t maximum;
-        bool drawing;
-        bool ordering;
-    };
+/// Which arguments and options a command takes.
+struct Command {
+    std::string_view name;
+    std::size_t minimum; // files and function
+    std::size_t maximum;
+    bool drawing;
+    bool ordering;
+};
 
-    constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);
+constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);
 
-    constexpr Command kCommands[] = {
-        // name   minimum  maximum  drawing  ordering
-        {"check", 1, kAnyNumber, false, false}, {"list", 1, 2, false, false}, {"graph", 2, 2, true, false},
-        {"expand", 2, 2, true, false},          {"order", 2, 2, false, true}, {"stats", 1, 1, false, false},
-    };
+constexpr Command kCommands[] = {
+    // name   minimum  maximum  drawing  ordering
+    {"check", 1, kAnyNumber, false, false}, {"list", 1, 2, false, false}, {"graph", 2, 2, true, false},
+    {"expand", 2, 2, true, false},          {"order", 2, 2, false, true}, {"stats", 1, 1, false, false},
+};
 
-    Failure misunderstood(const std::string& what) {
-        return failure(kBadCommandLine, what + " (see qvshade --help)");
-    }
+Failure misunderstood(const std::string& what) {
+    return failure(kBadCommandLine, what + " (see qvshade --help)");
+}
 
-    const Command& findCommand(const std::string& name) {
-        for (const Command& command : kCommands) {
-            if (command.name == name) {
-                return command;
-            }
+const Command& findCommand(const std::string& name) {
+    for (const Command& command : kCommands) {
+        if (command.name == name) {
+            return command;
         }
-        throw misunderstood("unknown command '" + name + "'");
     }
+    throw misunderstood("unknown command '" + name + "'");
+}
 
 } // namespace
 

@@ -1,9 +1,15 @@
 #include "Commands.h"
 
+#include "Failure.h"
 #include "Functions.h"
+#include "Measures.h"
 #include "Output.h"
 
+#include "core/Exception.h"
 #include "shadingdag/Graphviz.h"
+
+#include <list>
+#include <map>
 
 using namespace qvShadingDag;
 
@@ -67,6 +73,67 @@ void graph(const CommandLine& line) {
     show(line, *chooseFunction(readInput(line), line.function));
 }
 
+void expand(const CommandLine& line) {
+    ShadingNodeSpec* spec = chooseFunction(readInput(line), line.function);
+    spec->expandFunctionCalls();
+    show(line, *spec);
+}
+
+void order(const CommandLine& line) {
+    const ShadingNodeSpec* spec = chooseFunction(readInput(line), line.function);
+    const std::map<ShadingNode*, unsigned int> distances = distancesToOutputs(*spec);
+    std::list<ShadingNode*> nodes;
+    if (line.fast) {
+        spec->fastTopoSort(&nodes, true);
+    } else {
+        std::map<ShadingNode*, unsigned int> steering = distances;
+        spec->optimalTopoSort(steering, &nodes);
+    }
+    Table table = {{"position", "node", "computes", "frequency", "distance"}};
+    for (ShadingNode* node : nodes) {
+        const auto distance = distances.find(node);
+        table.push_back({std::to_string(table.size()), std::to_string(node->number()), meaning(*node),
+                         frequencies(*node),
+                         distance == distances.end() ? "none" : std::to_string(distance->second)});
+    }
+    printTable(table);
+}
+
+std::vector<std::string> statsRow(const ShadingNodeSpec& spec, const std::string& graph) {
+    const Measures measures = measure(spec);
+    std::vector<std::string> row = {signature(spec), graph};
+    for (const int number : {measures.nodes, measures.links, measures.depth}) {
+        row.push_back(std::to_string(number));
+    }
+    for (unsigned int level = kConstantFreq; level <= kFragmentFreq; ++level) {
+        row.push_back(std::to_string(measures.callsAt[level]));
+    }
+    return row;
+}
+
+void stats(const CommandLine& line) {
+    Table table = {
+        {"function", "graph", "nodes", "links", "depth", "constant", "uniform", "vertex", "fragment"}};
+    std::string errors;
+    for (ShadingNodeSpec* spec : readInput(line)) {
+        if (spec->nodeType() != kFunctionNode) {
+            continue;
+        }
+        table.push_back(statsRow(*spec, "written"));
+        try {
+            spec->expandFunctionCalls();
+            table.push_back(statsRow(*spec, "expanded"));
+        } catch (const Exception& error) {
+            errors +=
+                failure(kBadFunction, signature(*spec) + " cannot be expanded: " + error.message).message;
+        }
+    }
+    printTable(table);
+    if (!errors.empty()) {
+        throw Failure{kBadFunction, errors};
+    }
+}
+
 void help(const CommandLine& /*line*/) {
     print(kHelp);
 }
@@ -79,7 +146,8 @@ constexpr struct {
     const char* name;
     void (*run)(const CommandLine&);
 } kCommands[] = {
-    {"check", check}, {"list", list}, {"graph", graph}, {"--help", help}, {"--version", version},
+    {"check", check}, {"list", list},   {"graph", graph}, {"expand", expand},
+    {"order", order}, {"stats", stats}, {"--help", help}, {"--version", version},
 };
 
 } // namespace

@@ -1,0 +1,77 @@
+#include "Measures.h"
+
+#include "Functions.h"
+
+#include <algorithm>
+#include <list>
+
+using namespace qvShadingDag;
+
+Measures measure(const ShadingNodeSpec& spec) {
+    Measures result;
+    result.nodes = numNodes(spec);
+    result.links = numLinks(spec);
+    std::list<ShadingNode*> order;
+    spec.fastTopoSort(&order, true);
+    std::map<const ShadingNode*, int> depth;
+    for (const ShadingNode* node : order) {
+        int& own = depth[node];
+        for (const ShadingLink* link : node->incomingLinks()) {
+            own = std::max(own, depth[link->sourceNode()] + 1);
+        }
+        result.depth = std::max(result.depth, own);
+        if (node->isCall()) {
+            ShadingNodeSpec::AttributeIterator output;
+            ShadingNodeSpec::AttributeIterator last;
+            node->specPtr()->outputs(output, last);
+            ++result.callsAt[node->compFreqRangeOfOutput(output->name()).lowest()];
+        }
+    }
+    return result;
+}
+
+std::map<ShadingNode*, unsigned int> distancesToOutputs(const ShadingNodeSpec& spec) {
+    std::map<ShadingNode*, unsigned int> shortest;
+    ShadingNodeSpec::AttributeIterator output;
+    ShadingNodeSpec::AttributeIterator last;
+    for (spec.outputs(output, last); output != last; ++output) {
+        std::map<ShadingNode*, unsigned int> distances = {{output->nodePtr(), 0}};
+        if (output->nodePtr() != nullptr) {
+            spec.computeDistance(output->nodePtr(), distances, true);
+        }
+        for (const auto& [node, distance] : distances) {
+            const auto [place, isNew] = shortest.try_emplace(node, distance);
+            place->second = std::min(place->second, distance);
+        }
+    }
+    return shortest;
+}
+
+std::string meaning(const ShadingNode& node) {
+    switch (node.nodeType()) {
+    case kInputNode:
+        return "input " + dataTypeName(node.dataType()) + " " + node.name();
+    case kOutputNode:
+        return "output " + dataTypeName(node.dataType()) + " " + node.name();
+    case kOperationNode:
+    case kFunctionNode:
+        return signature(*node.specPtr());
+    default:
+        return node.name();
+    }
+}
+
+std::string frequencies(const ShadingNode& node) {
+    if (!node.isCall()) {
+        return node.compFreqRangeOfOutput("output").toString();
+    }
+    std::string result;
+    ShadingNodeSpec::AttributeIterator output;
+    ShadingNodeSpec::AttributeIterator last;
+    const bool several = node.specPtr()->numOutputs() > 1;
+    for (node.specPtr()->outputs(output, last); output != last; ++output) {
+        result += (result.empty() ? "" : ", ") + (several ? output->name() + " " : "") +
+                  node.compFreqRangeOfOutput(output->name()).toString();
+    }
+    return result;
+}
