@@ -2,12 +2,6 @@
 
 namespace qvLinear {
 
-AffineMatrix::AffineMatrix(double scale) : fElements{scale, 0, 0, 0, scale, 0, 0, 0, scale, 0, 0, 0} {}
-
-void AffineMatrix::identity() {
-    *this = AffineMatrix(1.0);
-}
-
 AffineMatrix AffineMatrix::inverse() const {
     const AffineMatrix& m = *this;
     // The inverse of the linear part is its adjugate over its determinant.
@@ -28,7 +22,7 @@ AffineMatrix AffineMatrix::inverse() const {
     // p = (p' - T) A^-1.
     for (unsigned int column = 0; column < 3; ++column) {
         result(3, column) =
-            -(m(3, 0) * result(0, column) + m(3, 1) * result(1, column) + m(3, 2) * result(2, column));
+            0 - (m(3, 0) * result(0, column) + m(3, 1) * result(1, column) + m(3, 2) * result(2, column));
     }
     return result;
 }
@@ -62,13 +56,6 @@ void AffineMatrix::translate(const Vector& v) {
     for (unsigned int column = 0; column < 3; ++column) {
         (*this)(3, column) += v.x * (*this)(0, column) + v.y * (*this)(1, column) + v.z * (*this)(2, column);
     }
-}
-
-void AffineMatrix::preMult(Point& out, const Point& in) const {
-    const AffineMatrix& m = *this;
-    out = Point(in.x * m(0, 0) + in.y * m(1, 0) + in.z * m(2, 0) + m(3, 0),
-                in.x * m(0, 1) + in.y * m(1, 1) + in.z * m(2, 1) + m(3, 1),
-                in.x * m(0, 2) + in.y * m(1, 2) + in.z * m(2, 2) + m(3, 2));
 }
 
 } // namespace qvLinear

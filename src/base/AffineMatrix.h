@@ -16,7 +16,7 @@ namespace qvLinear {
 class QV_EXPORT AffineMatrix {
 public:
     /// `scale` on the diagonal, no translation; the identity by default.
-    explicit AffineMatrix(double scale = 1.0);
+    explicit AffineMatrix(double scale = 1.0) : fElements{scale, 0, 0, 0, scale, 0, 0, 0, scale, 0, 0, 0} {}
 
     /// Element `i` in storage order, row after row: 3 * row + column.
     double& operator[](unsigned int i) { return fElements[i]; }
@@ -26,21 +26,26 @@ public:
     double operator()(unsigned int row, unsigned int column) const { return fElements[3 * row + column]; }
 
     /// Makes this the identity.
-    void identity();
+    void identity() { *this = AffineMatrix(1.0); }
 
-    /// The full affine inverse. A singular linear part gives non-finite elements.
+    /// The full affine inverse. A linear part whose determinant is 0 gives non-finite elements.
     AffineMatrix inverse() const;
 
     /// Appends a right-handed rotation by `radians` about `axis` through the origin: a point is
-    /// first mapped by the matrix so far and then turned. The axis is normalised; a zero axis
-    /// changes nothing. Source: Rodrigues' rotation formula.
+    /// first mapped by the matrix so far and then turned. The axis is normalised; an axis of length
+    /// 0 changes nothing. Source: Rodrigues' rotation formula.
     void rotate(double radians, const Normal& axis);
 
     /// Moves in the matrix's own space: the translation gains `v` times the linear part.
     void translate(const Vector& v);
 
     /// out = in A + T. `out` and `in` may be the same point.
-    void preMult(Point& out, const Point& in) const;
+    void preMult(Point& out, const Point& in) const {
+        const AffineMatrix& m = *this;
+        out = Point(in.x * m(0, 0) + in.y * m(1, 0) + in.z * m(2, 0) + m(3, 0),
+                    in.x * m(0, 1) + in.y * m(1, 1) + in.z * m(2, 1) + m(3, 1),
+                    in.x * m(0, 2) + in.y * m(1, 2) + in.z * m(2, 2) + m(3, 2));
+    }
 
 private:
     double fElements[12];

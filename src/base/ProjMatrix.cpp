@@ -2,9 +2,6 @@
 
 namespace qvLinear {
 
-ProjMatrix::ProjMatrix(double diagonal)
-    : fElements{diagonal, 0, 0, 0, 0, diagonal, 0, 0, 0, 0, diagonal, 0, 0, 0, 0, diagonal} {}
-
 ProjMatrix::ProjMatrix(const AffineMatrix& affine) {
     for (unsigned int row = 0; row < 4; ++row) {
         for (unsigned int column = 0; column < 3; ++column) {
@@ -12,14 +9,6 @@ ProjMatrix::ProjMatrix(const AffineMatrix& affine) {
         }
         (*this)(row, 3) = row == 3 ? 1.0 : 0.0;
     }
-}
-
-void ProjMatrix::preMult(HPoint& out, const HPoint& in) const {
-    const ProjMatrix& m = *this;
-    out = HPoint(in.x * m(0, 0) + in.y * m(1, 0) + in.z * m(2, 0) + in.w * m(3, 0),
-                 in.x * m(0, 1) + in.y * m(1, 1) + in.z * m(2, 1) + in.w * m(3, 1),
-                 in.x * m(0, 2) + in.y * m(1, 2) + in.z * m(2, 2) + in.w * m(3, 2),
-                 in.x * m(0, 3) + in.y * m(1, 3) + in.z * m(2, 3) + in.w * m(3, 3));
 }
 
 ProjMatrix operator*(const ProjMatrix& a, const ProjMatrix& b) {

@@ -11,7 +11,8 @@ namespace qvLinear {
 class QV_EXPORT ProjMatrix {
 public:
     /// `diagonal` on the diagonal; the identity by default.
-    explicit ProjMatrix(double diagonal = 1.0);
+    explicit ProjMatrix(double diagonal = 1.0)
+        : fElements{diagonal, 0, 0, 0, 0, diagonal, 0, 0, 0, 0, diagonal, 0, 0, 0, 0, diagonal} {}
     /// The same map with a last column of (0, 0, 0, 1).
     explicit ProjMatrix(const AffineMatrix& affine);
 
@@ -23,7 +24,13 @@ public:
     double operator()(unsigned int row, unsigned int column) const { return fElements[4 * row + column]; }
 
     /// out = in M, without a division by w. `out` and `in` may be the same point.
-    void preMult(HPoint& out, const HPoint& in) const;
+    void preMult(HPoint& out, const HPoint& in) const {
+        const ProjMatrix& m = *this;
+        out = HPoint(in.x * m(0, 0) + in.y * m(1, 0) + in.z * m(2, 0) + in.w * m(3, 0),
+                     in.x * m(0, 1) + in.y * m(1, 1) + in.z * m(2, 1) + in.w * m(3, 1),
+                     in.x * m(0, 2) + in.y * m(1, 2) + in.z * m(2, 2) + in.w * m(3, 2),
+                     in.x * m(0, 3) + in.y * m(1, 3) + in.z * m(2, 3) + in.w * m(3, 3));
+    }
 
 private:
     double fElements[16];
