@@ -1,0 +1,9 @@
+#include "core/IResource.h"
+
+#include <utility>
+
+IResource::IResource(std::string name) : fName(std::move(name)) {}
+
+IResource::IResource(const IResource& other) = default;
+IResource& IResource::operator=(const IResource& other) = default;
+IResource::~IResource() = default;
