@@ -1,0 +1,238 @@
+#include "geometry/DepthSorter.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <new>
+
+using qvLinear::ProjMatrix;
+
+float* DepthSorter::fsPositionXformZ = nullptr;
+
+// The sort has three steps:
+//   1. The depth of every element, as a float.
+//   2. An unsigned key per depth that compares as the depth does.
+//   3. Few elements: the pairs (key, element number) sorted as single 64-bit numbers. Many: a
+//      least-significant-digit radix sort of the pairs, which is stable; digits that all keys share
+//      are skipped.
+namespace {
+
+constexpr unsigned int kFew = 256;
+
+constexpr unsigned int kDigits = 3;
+constexpr unsigned int kDigitBits = 11; // 3 x 11 covers 32 bits; 2048 counters stay in the first cache
+constexpr unsigned int kBuckets = 1U << kDigitBits;
+
+constexpr std::uint32_t kNotANumberKey = 0xFFFFFFFF; // above the key of +infinity
+
+static_assert(std::numeric_limits<float>::is_iec559 && sizeof(float) == 4);
+
+/// Negative floats fall as their bits rise, and lie below the others.
+std::uint32_t keyOf(float depth) {
+    if (std::isnan(depth)) {
+        return kNotANumberKey;
+    }
+    const auto bits = std::bit_cast<std::uint32_t>(depth + 0.0F); // -0 + 0 is +0
+    return bits & 0x80000000 ? ~bits : bits | 0x80000000;
+}
+
+/// A key in the high half, the element's number in the low half.
+using Pair = std::uint64_t;
+
+Pair pairOf(const float* depths, unsigned int element) {
+    return Pair(keyOf(depths[element])) << 32 | element;
+}
+
+unsigned int digitOf(Pair pair, unsigned int digit) {
+    return static_cast<unsigned int>(pair >> (32 + digit * kDigitBits)) & (kBuckets - 1);
+}
+
+/// The third component of `(x, y, z, 1) m`, computed as `ProjMatrix::preMult` does.
+class DepthOf {
+public:
+    explicit DepthOf(const ProjMatrix& m) : fX(m(0, 2)), fY(m(1, 2)), fZ(m(2, 2)), fW(m(3, 2)) {}
+
+    float operator()(const float* p) const {
+        return static_cast<float>(p[0] * fX + p[1] * fY + p[2] * fZ + fW);
+    }
+
+private:
+    double fX, fY, fZ, fW;
+};
+
+void computeDepths(float* depths, const ProjMatrix& m, const float* positions, unsigned int count) {
+    if (equivalent(ProjMatrix(1.0), m, qvLinear::epsilonTol)) {
+        for (std::size_t i = 0; i < count; ++i) {
+            depths[i] = positions[3 * i + 2];
+        }
+        return;
+    }
+    const DepthOf depthOf(m);
+    for (std::size_t i = 0; i < count; ++i) {
+        depths[i] = depthOf(positions + 3 * i);
+    }
+}
+
+void computeIndexedDepths(float* depths, const ProjMatrix& m, const float* positions, unsigned int count,
+                          const unsigned int* indices, unsigned int indexCount) {
+    // On purpose: no shortcut for the identity.
+    const DepthOf depthOf(m);
+    for (std::size_t k = 0; k < indexCount; ++k) {
+        depths[k] = indices[k] < count ? depthOf(positions + std::size_t(3) * indices[k])
+                                       : std::numeric_limits<float>::quiet_NaN();
+    }
+}
+
+void sortFew(unsigned int* order, const float* depths, unsigned int count) {
+    Pair pairs[kFew];
+    for (unsigned int i = 0; i < count; ++i) {
+        pairs[i] = pairOf(depths, i);
+    }
+    std::sort(pairs, pairs + count); // no two are equal, so that any sort is stable
+    for (unsigned int i = 0; i < count; ++i) {
+        order[i] = static_cast<std::uint32_t>(pairs[i]);
+    }
+}
+
+/// Sorts by one digit: `next(i)` is the i-th pair, `put(slot, pair)` stores it. `starts` is where
+/// each bucket begins, and is used up.
+template <class Next, class Put>
+void distribute(unsigned int count, unsigned int digit, std::uint32_t (&starts)[kBuckets], Next next,
+                Put put) {
+    for (unsigned int i = 0; i < count; ++i) {
+        const Pair pair = next(i);
+        put(starts[digitOf(pair, digit)]++, pair);
+    }
+}
+
+/// False when memory runs out.
+bool sortMany(unsigned int* order, const float* depths, unsigned int count) {
+    std::uint32_t starts[kDigits][kBuckets] = {};
+    bool ascending = true;
+    Pair previous = 0;
+    for (unsigned int i = 0; i < count; ++i) {
+        const Pair pair = pairOf(depths, i);
+        ascending &= previous <= pair;
+        previous = pair;
+        for (unsigned int digit = 0; digit < kDigits; ++digit) {
+            ++starts[digit][digitOf(pair, digit)];
+        }
+    }
+    if (ascending) {
+        for (unsigned int i = 0; i < count; ++i) {
+            order[i] = i;
+        }
+        return true;
+    }
+
+    // Counts become starts; a digit with all elements in one bucket sorts nothing.
+    unsigned int digits[kDigits];
+    unsigned int passes = 0;
+    const Pair first = pairOf(depths, 0);
+    for (unsigned int digit = 0; digit < kDigits; ++digit) {
+        if (starts[digit][digitOf(first, digit)] == count) {
+            continue;
+        }
+        std::uint32_t sum = 0;
+        for (std::uint32_t& start : starts[digit]) {
+            const std::uint32_t size = start;
+            start = sum;
+            sum += size;
+        }
+        digits[passes++] = digit;
+    }
+
+    // The first pass reads the depths, the last one writes the order; pairs lie in between.
+    const std::size_t buffers = passes - 1;
+    if (buffers > 0 && count > std::numeric_limits<std::size_t>::max() / sizeof(Pair) / buffers) {
+        return false;
+    }
+    const std::unique_ptr<Pair[]> storage(new (std::nothrow) Pair[buffers * count]);
+    if (!storage) {
+        return false;
+    }
+    for (unsigned int pass = 0; pass < passes; ++pass) {
+        Pair* const target = storage.get() + (pass == 1 ? count : 0);
+        const Pair* const source = storage.get() + (pass == 2 ? count : 0);
+        const auto fromDepths = [&](unsigned int i) { return pairOf(depths, i); };
+        const auto fromPairs = [&](unsigned int i) { return source[i]; };
+        const auto toPairs = [&](std::uint32_t slot, Pair pair) { target[slot] = pair; };
+        const auto toOrder = [&](std::uint32_t slot, Pair pair) {
+            order[slot] = static_cast<std::uint32_t>(pair);
+        };
+        const unsigned int digit = digits[pass];
+        const bool last = pass + 1 == passes;
+        if (pass == 0 && last) {
+            distribute(count, digit, starts[digit], fromDepths, toOrder);
+        } else if (pass == 0) {
+            distribute(count, digit, starts[digit], fromDepths, toPairs);
+        } else if (last) {
+            distribute(count, digit, starts[digit], fromPairs, toOrder);
+        } else {
+            distribute(count, digit, starts[digit], fromPairs, toPairs);
+        }
+    }
+    return true;
+}
+
+/// Lends the depths to the comparison function for as long as a sort runs.
+class Lend {
+public:
+    Lend(float*& place, float* depths) : fPlace(place) { fPlace = depths; }
+    Lend(const Lend&) = delete;
+    Lend& operator=(const Lend&) = delete;
+    ~Lend() { fPlace = nullptr; }
+
+private:
+    float*& fPlace;
+};
+
+} // namespace
+
+bool DepthSorter::sortByDepth(const ProjMatrix& m, unsigned int* order, unsigned int count,
+                              const float* positions, const unsigned int* indices, unsigned int indexCount) {
+    const unsigned int elements = indices ? indexCount : count;
+    if (!order || count == 0) {
+        return true;
+    }
+    if (!positions) {
+        return false;
+    }
+    if (elements == 0) {
+        return true;
+    }
+
+    float few[kFew];
+    std::unique_ptr<float[]> many;
+    if (elements > kFew) {
+        if (elements > std::numeric_limits<std::size_t>::max() / sizeof(float)) {
+            return false;
+        }
+        many.reset(new (std::nothrow) float[elements]);
+        if (!many) {
+            return false;
+        }
+    }
+    float* const depths = many ? many.get() : few;
+    const Lend lend(fsPositionXformZ, depths);
+
+    if (indices) {
+        computeIndexedDepths(depths, m, positions, count, indices, indexCount);
+    } else {
+        computeDepths(depths, m, positions, count);
+    }
+    if (elements > kFew) {
+        return sortMany(order, depths, elements);
+    }
+    sortFew(order, depths, elements);
+    return true;
+}
+
+int DepthSorter::depthCompareFunction(const void* a, const void* b) {
+    const float depthA = fsPositionXformZ[*static_cast<const unsigned int*>(a)];
+    const float depthB = fsPositionXformZ[*static_cast<const unsigned int*>(b)];
+    return depthA <= depthB ? -1 : 1;
+}

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "geometry/IBounds.h"
+
+/// The six clip planes of a projection, and the question whether a volume touches what they
+/// enclose.
+///
+///     Frustum frustum(objectToEye * projection);
+///     if (frustum.classify(IBounds::kIntersect, box)) { draw(); }
+///
+/// Planes are kept in the order right, left, bottom, top, far, near, with normals of length 1 that
+/// point inwards. A matrix that leaves a plane without a normal gives it non-finite numbers; such a
+/// plane rejects nothing.
+class QV_EXPORT Frustum : public IBounds {
+public:
+    /// An invalid frustum. On purpose: its type is `kInvalidBoundsType`.
+    Frustum();
+    /// The planes of `m`.
+    explicit Frustum(const qvLinear::ProjMatrix& m);
+    /// On purpose: the copy is invalid, the source's planes do not come along.
+    Frustum(const Frustum& other);
+    /// Copies type, planes and validity.
+    Frustum& operator=(const Frustum& other);
+    ~Frustum() override;
+
+    bool isValid() const override;
+    /// Makes the frustum invalid and all planes zero.
+    void setInvalid() override;
+
+    /// Takes the planes from `m`, which maps points to clip coordinates. Source: G. Gribb and
+    /// K. Hartmann, "Fast extraction of viewing frustum planes from the world-view-projection
+    /// matrix", 2001.
+    void recomputePlaneEquations(const qvLinear::ProjMatrix& m);
+
+    /// Whether a box or a sphere touches the frustum, for `kIntersect`; false for any other question
+    /// and any other volume. A volume near an edge of the frustum may be reported as touching
+    /// although it is outside. On purpose: the validity of the frustum is not looked at; zero planes
+    /// reject no box and no sphere of positive radius.
+    bool classify(IntersectType type, const IBoundingVolume& volume) const;
+
+private:
+    friend class FrustumProbe; // tests look at the planes
+
+    /// Positive inside: a x + b y + c z + d.
+    struct Plane {
+        double a, b, c, d;
+
+        double distance(double x, double y, double z) const { return a * x + b * y + c * z + d; }
+        bool isZero() const { return a == 0 && b == 0 && c == 0 && d == 0; }
+    };
+
+    /// A point on a plane is inside.
+    bool pointInFrustum(double x, double y, double z) const;
+    /// A sphere that only touches a plane from outside is outside.
+    bool sphereInFrustum(double x, double y, double z, double r) const;
+
+    /// Whether no plane has all eight corners of the box on or behind it. Corners with a distance
+    /// that is not a number are not behind.
+    ///
+    /// One corner per plane is enough, and the answers are those of all eight, rounding included:
+    /// the distance is a sum of one product per axis, rounded step by step in a fixed order, and
+    /// rounded addition never falls when a term grows. So the corner with the larger product on each
+    /// axis has the largest of the eight computed distances. Being a corner, it alone decides that a
+    /// plane does not reject. That it is the largest holds as long as no distance is not-a-number,
+    /// which is what finite products and a finite d guarantee; else all eight are computed.
+    bool boxInFrustum(double minX, double minY, double minZ, double maxX, double maxY, double maxZ) const;
+
+    static bool rejectsAllCorners(const Plane& plane, const double (&x)[2], const double (&y)[2],
+                                  const double (&z)[2]);
+
+    Plane fPlanes[6];
+    bool fValid;
+};

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "core/IResource.h"
+#include "geometry/AABoundingBox.h"
+#include "geometry/BoundingSphere.h"
+#include "geometry/GeometryData.h"
+
+#include <memory>
+#include <vector>
+
+/// One index array: the vertices of a primitive, taken from a set of attribute arrays, with the
+/// bounds of what it draws.
+///
+///     auto* triangle = new GeometryDataIndex(GeometryDataIndex::kTriangles, 3, {points, colors},
+///                                            new unsigned int[3]{0, 1, 2});
+///     triangle->setBoundingBox(box); // nothing computes bounds from the data
+///     triangle->ref();
+///
+/// The index array, from `new unsigned int[n]`, is taken over; a copy has one of its own. The
+/// attribute arrays are not counted: whoever holds references on them keeps them alive.
+class QV_EXPORT GeometryDataIndex : public IResource {
+public:
+    /// What the indices draw. The library stores it without looking at it.
+    enum DrawPrimitiveType : int {
+        kInvalidPrimitive = 0,
+        kPoints,
+        kLines,
+        kLineStrip,
+        kLineLoop,
+        kTriangles,
+        kTriangleStrip,
+        kTriangleFan,
+        kQuads,
+        kQuadStrip,
+        kPolygon,
+    };
+
+    /// @param indicesCount the number of entries in `indexArray`
+    /// @param data         the attribute arrays that the indices address
+    /// @param indexArray   vertex numbers, taken over; may be null
+    GeometryDataIndex(DrawPrimitiveType drawPrimitive, unsigned int indicesCount,
+                      const std::vector<const GeometryData*>& data, unsigned int* indexArray);
+    GeometryDataIndex(const GeometryDataIndex& other);
+    GeometryDataIndex& operator=(const GeometryDataIndex& other);
+
+    /// Tells index arrays apart, drawn from a counter of their own; the array of a copy has a new
+    /// number.
+    unsigned int uniqueID() const { return fUniqueID; }
+    DrawPrimitiveType drawPrimitive() const { return fDrawPrimitive; }
+    void setDrawPrimitive(DrawPrimitiveType drawPrimitive) { fDrawPrimitive = drawPrimitive; }
+
+    /// Invalid until it is set.
+    const AABoundingBox& boundingBox() const { return fBoundingBox; }
+    void setBoundingBox(const AABoundingBox& box) { fBoundingBox = box; }
+    /// The point sphere at the origin until it is set.
+    const BoundingSphere& boundingSphere() const { return fBoundingSphere; }
+    void setBoundingSphere(const BoundingSphere& sphere) { fBoundingSphere = sphere; }
+
+    unsigned int* indexArray() const { return fIndexArray.get(); }
+    unsigned int indicesCount() const { return fIndicesCount; }
+
+    /// The attribute arrays. On purpose open to changes, also of a constant object: adding an
+    /// attribute does not change what is drawn.
+    std::vector<const GeometryData*>* dataPtrArrayPtr() const { return &fDataPtrArray; }
+
+protected:
+    ~GeometryDataIndex() override;
+
+private:
+    std::unique_ptr<unsigned int[]> fIndexArray;
+    unsigned int fIndicesCount;
+    unsigned int fUniqueID;
+    DrawPrimitiveType fDrawPrimitive;
+    AABoundingBox fBoundingBox;
+    BoundingSphere fBoundingSphere;
+    mutable std::vector<const GeometryData*> fDataPtrArray;
+};
