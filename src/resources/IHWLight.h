@@ -1,0 +1,120 @@
+#pragma once
+
+#include "base/qvLinear.h"
+#include "imaging/TportColor.h"
+#include "resources/IHWCamera.h"
+
+#include <vector>
+
+/// The description of a light that a host hands to its renderer: colours, spot and attenuation
+/// parameters, placement, and the cameras through which it projects.
+///
+/// The class holds and hands out data. The renderer's own light derives from it, supplies the four
+/// pure virtual operations and fills `fProjectors`:
+///
+///     class SpotLight : public IHWLight {
+///     public:
+///         explicit SpotLight(IHWCamera& shadow) { fProjectors.push_back(&shadow); } // not owned
+///         void bind() override { ... }
+///         ...
+///     };
+class QV_EXPORT IHWLight {
+public:
+    enum LightType : int {
+        kAmbientLight = 0,
+        kDirectionalLight,
+        kPointLight, ///< the default
+        kSpotLight,
+        kAreaLight,
+    };
+
+    virtual ~IHWLight();
+
+    virtual void setLightType(LightType type);
+    /// Makes the light's state current on the hardware.
+    virtual void bind() = 0;
+    /// Takes it off the hardware.
+    virtual void unbind() = 0;
+    /// Switches the light on or off.
+    virtual void enable(bool on) = 0;
+    virtual bool isEnabled() const = 0;
+
+    LightType type() const { return fType; }
+
+    const TportColor& ambientColor() const { return fAmbientColor; }
+    const TportColor& diffuseColor() const { return fDiffuseColor; }
+    const TportColor& specularColor() const { return fSpecularColor; }
+    void setAmbientColor(const TportColor& color) { fAmbientColor = color; }
+    void setDiffuseColor(const TportColor& color) { fDiffuseColor = color; }
+    void setSpecularColor(const TportColor& color) { fSpecularColor = color; }
+
+    /// Half the opening of the spot, in degrees; 180 for no spot.
+    float spotCutoff() const { return fSpotCutoff; }
+    void setSpotCutoff(float degrees) { fSpotCutoff = degrees; }
+    /// Sets the cutoff to half of the full opening `angle`. On purpose: `coneAngle()` stays.
+    void setSpotConeAngle(float angle) { fSpotCutoff = angle * 0.5F; }
+    float spotExponent() const { return fSpotExponent; }
+    void setSpotExponent(float exponent) { fSpotExponent = exponent; }
+
+    float constantAttenuation() const { return fAttenuation[0]; }
+    float linearAttenuation() const { return fAttenuation[1]; }
+    float quadraticAttenuation() const { return fAttenuation[2]; }
+    float cubicAttenuation() const { return fAttenuation[3]; }
+    void setAttenuation(float constant, float linear, float quadratic, float cubic);
+
+    /// In radians; pi at first.
+    float coneAngle() const { return fConeAngle; }
+    void setConeAngle(float angle) { fConeAngle = angle; }
+    float penumbraAngle() const { return fPenumbraAngle; }
+    void setPenumbraAngle(float angle) { fPenumbraAngle = angle; }
+    float dropOff() const { return fDropOff; }
+    void setDropOff(float dropOff) { fDropOff = dropOff; }
+
+    /// The placement of the light.
+    const qvLinear::ProjMatrix& matrix() const { return fMatrix; }
+    void setMatrix(const qvLinear::ProjMatrix& matrix) { fMatrix = matrix; }
+    const qvLinear::Vector& worldDir() const { return fWorldDir; }
+    void setWorldDir(const qvLinear::Vector& direction) { fWorldDir = direction; }
+    const qvLinear::Point& worldPos() const { return fWorldPos; }
+    void setWorldPos(const qvLinear::Point& position) { fWorldPos = position; }
+
+    /// The i-th camera through which the light projects; null when there is none.
+    IHWCamera* projector(unsigned int i) const { return i < fProjectors.size() ? fProjectors[i] : nullptr; }
+
+    /// The distance beyond which the light no longer matters; 0 until it is computed.
+    float thresholdRadius() const { return fThresholdRadius; }
+    /// Finds the distance at which an intensity that falls off with the `exponent`-th power of the
+    /// distance drops to `threshold`: (|intensity| / threshold) ^ (1 / exponent). It is 0 for an
+    /// exponent of 0 and a threshold that is not above 0.
+    void computeThresholdRadius(float intensity, float threshold, unsigned int exponent);
+
+protected:
+    IHWLight();
+    /// Every field is copied; both lights then project through the same cameras.
+    IHWLight(const IHWLight& other);
+    IHWLight& operator=(const IHWLight& other);
+
+private:
+    TportColor fAmbientColor{0, 0, 0, 1};
+    TportColor fDiffuseColor{1, 1, 1, 1};
+    TportColor fSpecularColor{1, 1, 1, 1};
+    float fSpotCutoff = 180;
+    float fSpotExponent = 0;
+    float fAttenuation[4] = {1, 0, 0, 0};
+    float fConeAngle;
+    float fPenumbraAngle = 0;
+    float fDropOff = 0;
+    qvLinear::ProjMatrix fMatrix;
+    qvLinear::Vector fWorldDir;
+    qvLinear::Point fWorldPos;
+    LightType fType = kPointLight;
+
+protected:
+    /// Four numbers for derived classes; nothing here looks at them.
+    float fUserValue[4] = {0, 0, 1, 0};
+    /// The cameras, not owned.
+    std::vector<IHWCamera*> fProjectors;
+
+private:
+    float fThresholdRadius = 0;
+};
