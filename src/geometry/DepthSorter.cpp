@@ -1,12 +1,13 @@
 #include "geometry/DepthSorter.h"
 
+#include "geometry/NothrowArray.h"
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <memory>
-#include <new>
 
 using qvLinear::ProjMatrix;
 
@@ -146,11 +147,7 @@ bool sortMany(unsigned int* order, const float* depths, unsigned int count) {
     }
 
     // The first pass reads the depths, the last one writes the order; pairs lie in between.
-    const std::size_t buffers = passes - 1;
-    if (buffers > 0 && count > std::numeric_limits<std::size_t>::max() / sizeof(Pair) / buffers) {
-        return false;
-    }
-    const std::unique_ptr<Pair[]> storage(new (std::nothrow) Pair[buffers * count]);
+    const std::unique_ptr<Pair[]> storage = makeNothrowArray<Pair>(std::uint64_t(passes - 1) * count);
     if (!storage) {
         return false;
     }
@@ -208,10 +205,7 @@ bool DepthSorter::sortByDepth(const ProjMatrix& m, unsigned int* order, unsigned
     float few[kFew];
     std::unique_ptr<float[]> many;
     if (elements > kFew) {
-        if (elements > std::numeric_limits<std::size_t>::max() / sizeof(float)) {
-            return false;
-        }
-        many.reset(new (std::nothrow) float[elements]);
+        many = makeNothrowArray<float>(elements);
         if (!many) {
             return false;
         }

@@ -1,10 +1,9 @@
 #include "geometry/ParticleData.h"
 
 #include "geometry/DepthSorter.h"
+#include "geometry/NothrowArray.h"
 
 #include <algorithm>
-#include <limits>
-#include <new>
 #include <utility>
 
 namespace {
@@ -14,13 +13,6 @@ namespace {
 bool holdsFloatTriples(const GeometryData& data) {
     const unsigned int size = data.elementTypeSize();
     return size == 0 || data.elementSize() >= int((3 * sizeof(float) + size - 1) / size);
-}
-
-std::unique_ptr<unsigned int[]> makeOrder(unsigned int count) {
-    if (count > std::numeric_limits<std::size_t>::max() / sizeof(unsigned int)) {
-        return nullptr;
-    }
-    return std::unique_ptr<unsigned int[]>(new (std::nothrow) unsigned int[count]);
 }
 
 } // namespace
@@ -137,7 +129,7 @@ void ParticleData::sortByDepth(const qvLinear::ProjMatrix& m, const unsigned int
     if (fIndexCount == 0 || length == 0 || !holdsFloatTriples(positions)) {
         return;
     }
-    std::unique_ptr<unsigned int[]> order = makeOrder(length);
+    std::unique_ptr<unsigned int[]> order = makeNothrowArray<unsigned int>(length);
     if (order && DepthSorter::sortByDepth(m, order.get(), fIndexCount,
                                           static_cast<const float*>(positions.data()), indices, count)) {
         fIndexing = std::move(order);
