@@ -21,7 +21,8 @@ struct SimpleWindow::Procedure {
     static void askForRefresh(HWND handle);
     /// Takes a window that the system is done with out of the map and of its object.
     static void forget(HWND handle);
-    /// Lets a handler's exception out where the caller is C++ again.
+    /// Keeps the first exception of a handler, and lets it out where the caller is C++ again.
+    static void keepException();
     static void rethrow();
 
     static inline bool fsBusy = false; // a handler is being called
@@ -47,9 +48,7 @@ LRESULT CALLBACK SimpleWindow::Procedure::run(HWND handle, UINT message, WPARAM 
     try {
         handled = dispatch(*window, handle, message, wParam, lParam);
     } catch (...) {
-        if (!fsThrown) {
-            fsThrown = std::current_exception();
-        }
+        keepException();
     }
     fsBusy = false;
     if (!handled) {
@@ -151,9 +150,7 @@ void SimpleWindow::Procedure::askForRefresh(HWND handle) {
     try {
         refresh = found->second->fHandler->needsRefresh();
     } catch (...) {
-        if (!fsThrown) {
-            fsThrown = std::current_exception();
-        }
+        keepException();
     }
     if (refresh) {
         InvalidateRect(handle, nullptr, FALSE);
@@ -169,6 +166,12 @@ void SimpleWindow::Procedure::forget(HWND handle) {
         found->second->fWrapper.release();
     }
     fsWindows.erase(found);
+}
+
+void SimpleWindow::Procedure::keepException() {
+    if (!fsThrown) {
+        fsThrown = std::current_exception();
+    }
 }
 
 void SimpleWindow::Procedure::rethrow() {
