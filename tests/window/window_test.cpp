@@ -1,34 +1,17 @@
-#include "window/SimpleWindow.h"
+#include "window/windowTesting.h"
+
 #include "window/TumbleWindowsHandler.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <functional>
-#include <gtest/gtest.h>
 #include <memory>
 #include <stdexcept>
-#include <string>
 #include <utility>
 #include <vector>
-#include <windows.h>
 
 namespace {
 
 using Log = std::vector<std::string>;
 
-/// A desktop of the test's own, so that Wine programs running beside it do not matter.
-class OwnDesktop : public testing::Environment {
-public:
-    void SetUp() override {
-        fsName = "qv-" + std::to_string(GetCurrentProcessId());
-        fDesktop = CreateDesktopA(fsName.c_str(), nullptr, nullptr, 0, GENERIC_ALL, nullptr);
-        ASSERT_TRUE(SetThreadDesktop(fDesktop));
-    }
-    static inline std::string fsName;
-
-private:
-    HDESK fDesktop = nullptr;
-};
 const auto* const kOwnDesktop = testing::AddGlobalTestEnvironment(new OwnDesktop);
 
 /// Writes down what it is told; then does what `then` says, once.
@@ -65,21 +48,6 @@ HWND handleOf(const SimpleWindow& window) {
     return window.windowWrapper().externalHandle();
 }
 
-/// Processes messages until `done`, for ten seconds at most.
-bool pumpUntil(const std::function<bool()>& done) {
-    SimpleWindow pump;
-    const DWORD start = GetTickCount();
-    while (!done()) {
-        if (GetTickCount() - start > 10000) {
-            return false;
-        }
-        if (pump.processMessage() == ISimpleWindow::kNoMessage) {
-            MsgWaitForMultipleObjects(0, nullptr, FALSE, 10, QS_ALLINPUT);
-        }
-    }
-    return true;
-}
-
 /// Processes what is waiting.
 ISimpleWindow::ProcessingResult drain() {
     SimpleWindow pump;
@@ -87,19 +55,6 @@ ISimpleWindow::ProcessingResult drain() {
     while ((result = pump.processMessage()) == ISimpleWindow::kMessageProcessed) {
     }
     return result;
-}
-
-/// Has the runner of this test carry out the command.
-void xdotool(const std::string& command) {
-    std::printf("xdotool %s\n", command.c_str());
-    std::fflush(stdout);
-}
-
-/// The screen position of a client pixel, as xdotool takes it.
-std::string at(HWND window, int x, int y) {
-    POINT point = {x, y};
-    ClientToScreen(window, &point);
-    return " " + std::to_string(point.x) + " " + std::to_string(point.y) + " ";
 }
 
 std::string classOf(HWND window) {
@@ -118,8 +73,11 @@ TEST(SimpleWindow, IsCreatedHiddenWithItsClassAndClientSize) {
     EXPECT_TRUE(handler.log.empty()) << handler.log[0];
 
     const HWND window = handleOf(first);
-    EXPECT_EQ(classOf(window), "qvGL_SimpleWindow1");
-    EXPECT_EQ(classOf(handleOf(second)), "qvGL_SimpleWindow2");
+    // The example's one window is the first of its process.
+    const std::string stem = "qvGL_SimpleWindow";
+    ASSERT_EQ(classOf(window).substr(0, stem.size()), stem);
+    const int number = std::stoi(classOf(window).substr(stem.size()));
+    EXPECT_EQ(classOf(handleOf(second)), stem + std::to_string(number + 1));
     EXPECT_EQ(GetClassLongA(window, GCL_STYLE), 0x23U);
     EXPECT_EQ(GetClassLongA(window, GCL_HBRBACKGROUND), 0U);
     EXPECT_EQ(GetWindowLongA(window, GWL_STYLE), 0x06CF0000);
@@ -165,14 +123,15 @@ TEST(SimpleWindow, ReportsFailuresAndLeavesNothingBehind) {
     window.setFocus();
     EXPECT_EQ(window.create("huge", 0x80000000U, 0xFFFFFFFFU, nullptr), ISimpleWindow::kSuccess);
 
-    HWND handle = nullptr;
-    std::string name;
-    {
-        SimpleWindow gone;
-        ASSERT_EQ(gone.create("gone", 10, 10, nullptr), ISimpleWindow::kSuccess);
-        handle = handleOf(gone);
-        name = classOf(handle);
-    }
+    Recorder handler;
+    auto gone = std::make_unique<SimpleWindow>();
+    ASSERT_EQ(gone->create("gone", 10, 10, &handler), ISimpleWindow::kSuccess);
+    const HWND handle = handleOf(*gone);
+    const std::string name = classOf(handle);
+    gone->setFocus();
+    handler.asked = 0;
+    gone.reset();
+    EXPECT_EQ(handler.asked, 0);
     WNDCLASSA unregistered;
     EXPECT_FALSE(GetClassInfoA(GetModuleHandleA(nullptr), name.c_str(), &unregistered));
     EXPECT_FALSE(IsWindow(handle));
@@ -297,7 +256,9 @@ TEST(SimpleWindow, SurvivesWhatHandlersDo) {
     ASSERT_EQ(other.create("qv other", 200, 100, &bystander), 0);
 
     // The window and its handler go during a call; the next window is heard as before.
-    for (UINT message : {WM_MOUSEMOVE, WM_MOVE, WM_SIZE, WM_PAINT, WM_KEYDOWN}) {
+    constexpr UINT kFocus = 0;
+    for (UINT message :
+         {UINT{WM_MOUSEMOVE}, UINT{WM_MOVE}, UINT{WM_SIZE}, UINT{WM_PAINT}, UINT{WM_KEYDOWN}, kFocus}) {
         auto handler = std::make_unique<Recorder>();
         auto window = std::make_unique<SimpleWindow>();
         ASSERT_EQ(window->create("qv doomed", 200, 100, handler.get()), 0);
@@ -305,19 +266,15 @@ TEST(SimpleWindow, SurvivesWhatHandlersDo) {
             window.reset();
             handler.reset();
         };
-        SendMessageA(handleOf(*window), message, 0, 0);
-        EXPECT_EQ(window, nullptr);
+        if (message == kFocus) {
+            window->setFocus();
+        } else {
+            SendMessageA(handleOf(*window), message, 0, 0);
+        }
+        EXPECT_EQ(window, nullptr) << message;
         bystander.log.clear();
         SendMessageA(handleOf(other), WM_KEYDOWN, 'A', 0);
         EXPECT_EQ(bystander.log, Log{"key 65"});
-    }
-    {
-        Recorder handler;
-        auto window = std::make_unique<SimpleWindow>();
-        ASSERT_EQ(window->create("qv doomed", 200, 100, &handler), 0);
-        handler.then = [&] { window.reset(); };
-        window->setFocus();
-        EXPECT_EQ(window, nullptr);
     }
 
     // During a call no other call begins.
@@ -352,19 +309,16 @@ TEST(WindowWrapper, EachHasAContextOfItsOwn) {
     const HWND plain =
         CreateWindowExA(0, "STATIC", "", WS_POPUP, 0, 0, 50, 50, nullptr, nullptr, nullptr, nullptr);
     const HDC given = CreateCompatibleDC(nullptr);
-    WindowWrapper wrapper(plain, given);
+    const WindowWrapper wrapper(plain, given);
     WindowWrapper copy(wrapper);
-    EXPECT_EQ(copy.externalHandle(), plain);
-    EXPECT_TRUE(copy.valid() && copy.internalHandle() != given);
-    EXPECT_NE(copy.internalHandle(), wrapper.internalHandle());
     const HDC copied = copy.internalHandle();
+    EXPECT_EQ(copy.externalHandle(), plain);
+    EXPECT_TRUE(copy.valid() && copied != given && copied != wrapper.internalHandle());
     copy = WindowWrapper(nullptr, given);
     EXPECT_EQ(WindowFromDC(copied), nullptr); // given back
     EXPECT_EQ(WindowWrapper(copy).internalHandle(), given);
     copy.release();
     EXPECT_FALSE(copy.valid());
-    wrapper.release();
-    EXPECT_EQ(wrapper.externalHandle(), nullptr);
     EXPECT_TRUE(DeleteDC(given)); // nobody took it
     DestroyWindow(plain);
 }
