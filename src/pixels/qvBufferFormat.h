@@ -1,0 +1,41 @@
+#pragma once
+
+#include "pixels/IPixelFormat.h"
+
+/// What a rendering buffer offers: colour, depth, stencil and multisampling. A host compares the
+/// formats at hand with the one it needs:
+///
+///     const qvBufferFormat needed(kRGBAFixed8Format, kDepth24, kStencil8);
+///     if (offered.betterOrEqualThan(needed)) ...
+class QV_EXPORT qvBufferFormat : public IPixelFormat {
+public:
+    explicit qvBufferFormat(ColorFormat color = kInvalidColorFormat, DepthFormat depth = kNoDepth,
+                            StencilFormat stencil = kNoStencil, SamplingType sampling = kSingleSample);
+    qvBufferFormat(const qvBufferFormat&) = default;
+    qvBufferFormat& operator=(const qvBufferFormat&) = default;
+    ~qvBufferFormat() override;
+
+    ColorFormat colorFormat() const { return fColorFormat; }
+    DepthFormat depthFormat() const { return fDepthFormat; }
+    StencilFormat stencilFormat() const { return fStencilFormat; }
+    SamplingType samplingType() const { return fSamplingType; }
+    void setColorFormat(ColorFormat format) { fColorFormat = format; }
+    void setDepthFormat(DepthFormat format) { fDepthFormat = format; }
+    void setStencilFormat(StencilFormat format) { fStencilFormat = format; }
+    void setSamplingType(SamplingType type) { fSamplingType = type; }
+
+    /// Whether `other` exceeds this format in at least one of the four fields. Two formats may
+    /// each be less capable than the other.
+    bool lessCapableThan(const qvBufferFormat& other) const;
+    /// Whether `other` exceeds this format in none of the four fields.
+    bool betterOrEqualThan(const qvBufferFormat& other) const { return !lessCapableThan(other); }
+
+    bool operator==(const qvBufferFormat& other) const;
+    bool operator!=(const qvBufferFormat& other) const { return !(*this == other); }
+
+private:
+    ColorFormat fColorFormat;
+    DepthFormat fDepthFormat;
+    StencilFormat fStencilFormat;
+    SamplingType fSamplingType;
+};
