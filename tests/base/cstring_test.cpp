@@ -107,9 +107,10 @@ TEST(CString, ReadsArgumentsOfEveryLength) {
     EXPECT_EQ(formatted("%.2s %s", unterminated, static_cast<const char*>(nullptr)), "ok (null)");
     // Behind what cannot be filled, nothing is.
     EXPECT_EQ(formatted("%d %n %d", 1, 2), "1 %n %d");
-    EXPECT_EQ(formatted("%d %ls %lc", 1), "1 %ls %lc");
+    EXPECT_EQ(formatted("%d %ls %d", 1, 2), "1 %ls %d");
+    EXPECT_EQ(formatted("%d %lc", 1), "1 %lc");
     EXPECT_EQ(formatted("%d%", 1), "1%");
-    EXPECT_EQ(formatted(nullptr), "");
+    EXPECT_EQ(formatted(nullptr, 0), "");
 }
 
 TEST(CString, GeneralNumbersMatchPrintfEverywhere) {
