@@ -13,7 +13,6 @@
 #include <io.h>
 #endif
 
-using qvString::CString;
 using Token = HSLToken;
 
 namespace {
@@ -21,39 +20,39 @@ namespace {
 // A line of a program: what it computes, where that goes, and from what.
 struct VertexLine {
     HSLToken::HSLOperator op;
-    const char* name;
     DataType type; // of a new variable; kInvalidDataType: a member of the output connector
+    const char* name;
     std::vector<const char*> operands;
 };
 
 struct FragmentLine {
     HSLToken::HSLOperator op;
-    const char* name; // of a new variable; null: the colour, which has a type of its own
     DataType type;
+    const char* name; // of a new variable; null: the colour, which has a type of its own
     std::vector<const char*> operands;
 };
 
 // The template of a product leaves its parenthesis to the last operand, hence "uvScale)".
 // clang-format off
 const VertexLine kVertexLines[] = {
-    {Token::kAssign,   "clip",          kFloat4,          {"outputConnector.HPOS", "mul(modelViewProj, float4(inputConnector.vertexPosition, 1))"}},
-    {Token::kAdd,      "eyePosition",   kInvalidDataType, {"mul(inputConnector.vertexPosition, toEye)", "eyeOrigin"}},
-    {Token::kDot,      "lengthSquared", kFloat,           {"inputConnector.normal", "inputConnector.normal"}},
-    {Token::kRsqrt,    "inverseLength", kFloat,           {"lengthSquared"}},
-    {Token::kMultiply, "eyeNormal",     kInvalidDataType, {"mul(inputConnector.normal, toEye)", "inverseLength)"}},
-    {Token::kMultiply, "uv",            kInvalidDataType, {"inputConnector.uv0", "uvScale)"}},
+    {Token::kAssign,   kFloat4,          "clip",          {"outputConnector.HPOS", "mul(modelViewProj, float4(inputConnector.vertexPosition, 1))"}},
+    {Token::kAdd,      kInvalidDataType, "eyePosition",   {"mul(inputConnector.vertexPosition, toEye)", "eyeOrigin"}},
+    {Token::kDot,      kFloat,           "lengthSquared", {"inputConnector.normal", "inputConnector.normal"}},
+    {Token::kRsqrt,    kFloat,           "inverseLength", {"lengthSquared"}},
+    {Token::kMultiply, kInvalidDataType, "eyeNormal",     {"mul(inputConnector.normal, toEye)", "inverseLength)"}},
+    {Token::kMultiply, kInvalidDataType, "uv",            {"inputConnector.uv0", "uvScale)"}},
 };
 
 const FragmentLine kFragmentLines[] = {
-    {Token::kSubtract, "toLight",         kFloat3,          {"lightPosition", "inputConnector.eyePosition"}},
-    {Token::kDot,      "distanceSquared", kFloat,           {"toLight", "toLight"}},
-    {Token::kDot,      "lengthSquared",   kFloat,           {"inputConnector.eyeNormal", "inputConnector.eyeNormal"}},
-    {Token::kRsqrt,    "scale",           kFloat,           {"distanceSquared * lengthSquared"}},
-    {Token::kMultiply, "cosine",          kFloat,           {"dot(toLight, inputConnector.eyeNormal)", "scale)"}},
-    {Token::kClamp,    "diffuse",         kFloat,           {"cosine", "0", "1"}},
-    {Token::kAdd,      "light",           kFloat4,          {"ambient", "diffuse * lightColor"}},
-    {Token::kTex2D_f4, "texel",           kFloat4,          {"colorMap", "inputConnector.uv"}},
-    {Token::kMultiply, nullptr,           kInvalidDataType, {"texel", "light)"}},
+    {Token::kSubtract, kFloat3,          "toLight",         {"lightPosition", "inputConnector.eyePosition"}},
+    {Token::kDot,      kFloat,           "distanceSquared", {"toLight", "toLight"}},
+    {Token::kDot,      kFloat,           "lengthSquared",   {"inputConnector.eyeNormal", "inputConnector.eyeNormal"}},
+    {Token::kRsqrt,    kFloat,           "scale",           {"distanceSquared * lengthSquared"}},
+    {Token::kMultiply, kFloat,           "cosine",          {"dot(toLight, inputConnector.eyeNormal)", "scale)"}},
+    {Token::kClamp,    kFloat,           "diffuse",         {"cosine", "0", "1"}},
+    {Token::kAdd,      kFloat4,          "light",           {"ambient", "diffuse * lightColor"}},
+    {Token::kTex2D_f4, kFloat4,          "texel",           {"colorMap", "inputConnector.uv"}},
+    {Token::kMultiply, kInvalidDataType, nullptr,           {"texel", "light)"}},
 };
 // clang-format on
 

@@ -19,6 +19,8 @@ namespace qvString {
 // 1. its directive (flags, width, precision, length, conversion) is parsed;
 // 2. its argument becomes a prefix (sign, "0x") and a body of digits or characters;
 // 3. both are padded to the width.
+// The list of arguments is started by `format`; some of the integer types may be the same type.
+// NOLINTBEGIN(clang-analyzer-valist.Uninitialized,bugprone-branch-clone)
 namespace {
 
 struct Directive {
@@ -394,6 +396,7 @@ const char* orEmpty(const char* text) {
 }
 
 } // namespace
+// NOLINTEND(clang-analyzer-valist.Uninitialized,bugprone-branch-clone)
 
 CString::CString(const char* text) : fText(orEmpty(text)) {}
 CString::CString(const CString& other) = default;

@@ -420,8 +420,7 @@ TEST_F(ProgramText, ConvertorConvertsNothing) {
     EXPECT_EQ(plain.ffConnectorName(), "fragout");
     const Named wide(1, true);
     EXPECT_EQ(wide.ffConnectorName(), "fragout_float");
-    const Named copy = wide;
-    plain = copy;
+    plain = Named(wide);
     EXPECT_EQ(plain.ffConnectorName(), "fragout_float");
 }
 
