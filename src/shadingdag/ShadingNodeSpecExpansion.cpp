@@ -39,8 +39,9 @@ std::vector<const ShadingLink*> outputFeeds(const ShadingNodeSpec& spec) {
     ShadingNodeSpec::AttributeIterator output;
     ShadingNodeSpec::AttributeIterator last;
     for (spec.outputs(output, last); output != last; ++output) {
-        const auto& links = output->nodePtr()->incomingLinks();
-        feeds.push_back(links.empty() ? nullptr : links.front());
+        const ShadingNode* node = output->nodePtr(); // null for a primitive
+        const bool isFed = node != nullptr && !node->incomingLinks().empty();
+        feeds.push_back(isFed ? node->incomingLinks().front() : nullptr);
     }
     return feeds;
 }
