@@ -119,11 +119,9 @@ Token* ShadingParser::accumulate_token() {
 }
 
 Token ShadingParser::consume_front_token() {
+    const Token& front = token_ahead(0);
     if (fTokens.empty()) {
-        if (fEndOfInput) {
-            return token_ahead(0);
-        }
-        accumulate_token();
+        return front; // the end of the input
     }
     Token token = std::move(fTokens.front());
     fTokens.pop_front();

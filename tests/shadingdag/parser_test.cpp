@@ -194,6 +194,8 @@ TEST_F(ShadingParserTest, BuildsGraphsFromBodies) {
         parse("void u(float a, out float x, out float2 y) { float2 w = {1, 2}; y = w; x = a; x = x + 1; }"),
         "");
     EXPECT_EQ(terms("u"), "x=+#5(a,1); y={1,2}");
+    EXPECT_EQ(parse("void p(float4 v, out float4 x, out float4 y) { x = v@zgba; y = v@xywr; }"), "");
+    EXPECT_EQ(terms("p"), "x=@#4(v,{2,1,2,3}); y=@#6(v,{0,1,3,0})");
     EXPECT_EQ(parse("void r(out float x) { x = 1; return 2; }"), "");
     EXPECT_EQ(terms("r"), "x=1") << "a return binds nothing where the output is an argument";
 }
@@ -367,12 +369,13 @@ TEST_F(ShadingParserTest, TakesChainsOfAnyLength) {
         const char* end;
         int nodes;
     } rows[] = {
-        {"a = a", " + a", "", kCount}, {"", "a = ", "a", 0},          {"", "a += ", "a", kCount},
-        {"a = ", "- ", "a", kCount},   {"a = ", "+ ", "a", 0},        {"", "{ a = a; } ", "a", 0},
-        {"a = {1", ", 1", "}; a", -1}, {"", "float a = a; ", "a", 0},
+        {"a = a", " + a", "", kCount}, {"", "a = ", "a", 0},
+        {"", "a += ", "a", kCount},    {"a = ", "- ", "a", kCount},
+        {"a = ", "+ ", "a", 0},        {"", "{ a = a; } ", "a", 0},
+        {"a = {1", ", 1", "}; a", -1}, {"", "float a = a; float2 a = v; ", "a", 0},
     };
     for (const auto& row : rows) {
-        const std::string error = parse(std::string("float t(float a) { ") + row.begin +
+        const std::string error = parse(std::string("float t(float a, float2 v) { ") + row.begin +
                                         repeated(kCount, row.link) + row.end + "; return a; }");
         EXPECT_EQ(error.empty(), row.nodes >= 0) << row.link << error;
         const ShadingNodeSpec* spec = ShadingNodeSpec::findSpecInLibrary("t");
@@ -381,7 +384,7 @@ TEST_F(ShadingParserTest, TakesChainsOfAnyLength) {
             ShadingNodeSpec::NodeIterator first;
             ShadingNodeSpec::NodeIterator last;
             spec->internalNodes(first, last);
-            EXPECT_EQ(std::distance(first, last), row.nodes + 2) << row.link;
+            EXPECT_EQ(std::distance(first, last), row.nodes + 3) << row.link;
             delete spec;
         }
     }

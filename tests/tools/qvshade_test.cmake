@@ -1,6 +1,7 @@
 # Runs qvshade in tests/data/qvshade and compares what it writes with the files there.
 #
-#   cmake -DQVSHADE=<program, a list> -DOUTPUT=<folder> -DEMULATED=<boolean> -P qvshade_test.cmake
+#   cmake -DQVSHADE=<program, a list> -DVERSION=<its version> -DEMULATED=<boolean> -DOUTPUT=<folder>
+#         -P qvshade_test.cmake
 set(data "${CMAKE_CURRENT_LIST_DIR}/../data/qvshade")
 file(REMOVE_RECURSE "${OUTPUT}")
 file(MAKE_DIRECTORY "${OUTPUT}")
@@ -35,6 +36,7 @@ function(run name status)
 endfunction()
 
 run(check 0 check base.qvs shades.qvs)
+run(check_library 0 check -l base.qvs shades.qvs)
 run(check_broken 1 check base.qvs broken.qvs)
 run(check_missing 1 check nowhere.qvs)
 run(check_folder 1 check .)
@@ -51,6 +53,7 @@ run(graph_ambiguous 3 graph -l base.qvs shades.qvs shade)
 run(graph_unknown 3 graph -l base.qvs shades.qvs "shade(float)")
 
 run(expand 0 expand -l base.qvs shades.qvs "shade(float3,float3,float3)" --freqs)
+run(expand_declared 0 expand base.qvs dot)
 run(expand_partial 3 expand -l base.qvs partial.qvs uses)
 run(order 0 order -l base.qvs shades.qvs "shade(float3,float3,float3)")
 run(order_fast 0 order -l base.qvs shades.qvs "shade(float3,float3,float3)" --fast)
@@ -59,6 +62,12 @@ run(order_unneeded 0 order -l base.qvs partial.qvs forgets)
 run(order_declared 0 order base.qvs dot)
 run(stats 0 stats -l base.qvs shades.qvs)
 run(stats_partial 3 stats -l base.qvs partial.qvs)
+
+execute_process(COMMAND ${QVSHADE} --version OUTPUT_VARIABLE version)
+execute_process(COMMAND ${QVSHADE} check --help OUTPUT_VARIABLE help)
+if(NOT version STREQUAL "qvshade ${VERSION}\n" OR NOT help MATCHES "mix\\(float3,float3,float\\)")
+  message(SEND_ERROR "--version and --help print '${version}' and '${help}'")
+endif()
 
 run(no_command 2)
 run(bad_command 2 draw base.qvs)
