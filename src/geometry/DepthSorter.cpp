@@ -23,9 +23,10 @@ namespace {
 
 constexpr unsigned int kFew = 256;
 
-constexpr unsigned int kDigits = 3;
-constexpr unsigned int kDigitBits = 11; // 3 x 11 covers 32 bits; 2048 counters stay in the first cache
-constexpr unsigned int kBuckets = 1U << kDigitBits;
+// Wide digits take fewer passes, narrow ones fewer counters to clear and add up.
+constexpr unsigned int kMany = 8192;
+constexpr unsigned int kNarrowDigit = 8;
+constexpr unsigned int kWideDigit = 11; // 3 x 11 covers 32 bits; 2048 counters stay in the first cache
 
 constexpr std::uint32_t kNotANumberKey = 0xFFFFFFFF; // above the key of +infinity
 
@@ -37,7 +38,7 @@ std::uint32_t keyOf(float depth) {
         return kNotANumberKey;
     }
     const auto bits = std::bit_cast<std::uint32_t>(depth + 0.0F); // -0 + 0 is +0
-    return bits & 0x80000000 ? ~bits : bits | 0x80000000;
+    return bits ^ ((0 - (bits >> 31)) | 0x80000000); // no branch: random signs would mispredict it
 }
 
 /// A key in the high half, the element's number in the low half.
@@ -47,8 +48,9 @@ Pair pairOf(const float* depths, unsigned int element) {
     return Pair(keyOf(depths[element])) << 32 | element;
 }
 
+template <unsigned int kDigitBits>
 unsigned int digitOf(Pair pair, unsigned int digit) {
-    return static_cast<unsigned int>(pair >> (32 + digit * kDigitBits)) & (kBuckets - 1);
+    return static_cast<unsigned int>(pair >> (32 + digit * kDigitBits)) & ((1U << kDigitBits) - 1);
 }
 
 /// The third component of `(x, y, z, 1) m`, computed as `ProjMatrix::preMult` does.
@@ -100,18 +102,19 @@ void sortFew(unsigned int* order, const float* depths, unsigned int count) {
 
 /// Sorts by one digit: `next(i)` is the i-th pair, `put(slot, pair)` stores it. `starts` is where
 /// each bucket begins, and is used up.
-template <class Next, class Put>
-void distribute(unsigned int count, unsigned int digit, std::uint32_t (&starts)[kBuckets], Next next,
-                Put put) {
+template <unsigned int kDigitBits, class Next, class Put>
+void distribute(unsigned int count, unsigned int digit, std::uint32_t* starts, Next next, Put put) {
     for (unsigned int i = 0; i < count; ++i) {
         const Pair pair = next(i);
-        put(starts[digitOf(pair, digit)]++, pair);
+        put(starts[digitOf<kDigitBits>(pair, digit)]++, pair);
     }
 }
 
 /// False when memory runs out.
+template <unsigned int kDigitBits>
 bool sortMany(unsigned int* order, const float* depths, unsigned int count) {
-    std::uint32_t starts[kDigits][kBuckets] = {};
+    constexpr unsigned int kDigits = (32 + kDigitBits - 1) / kDigitBits;
+    std::uint32_t starts[kDigits][1U << kDigitBits] = {};
     bool ascending = true;
     Pair previous = 0;
     for (unsigned int i = 0; i < count; ++i) {
@@ -119,7 +122,7 @@ bool sortMany(unsigned int* order, const float* depths, unsigned int count) {
         ascending &= previous <= pair;
         previous = pair;
         for (unsigned int digit = 0; digit < kDigits; ++digit) {
-            ++starts[digit][digitOf(pair, digit)];
+            ++starts[digit][digitOf<kDigitBits>(pair, digit)];
         }
     }
     if (ascending) {
@@ -134,7 +137,7 @@ bool sortMany(unsigned int* order, const float* depths, unsigned int count) {
     unsigned int passes = 0;
     const Pair first = pairOf(depths, 0);
     for (unsigned int digit = 0; digit < kDigits; ++digit) {
-        if (starts[digit][digitOf(first, digit)] == count) {
+        if (starts[digit][digitOf<kDigitBits>(first, digit)] == count) {
             continue;
         }
         std::uint32_t sum = 0;
@@ -147,13 +150,14 @@ bool sortMany(unsigned int* order, const float* depths, unsigned int count) {
     }
 
     // The first pass reads the depths, the last one writes the order; pairs lie in between.
-    const std::unique_ptr<Pair[]> storage = makeNothrowArray<Pair>(std::uint64_t(passes - 1) * count);
+    const std::unique_ptr<Pair[]> storage =
+        makeNothrowArray<Pair>(std::uint64_t(std::min(passes - 1, 2U)) * count);
     if (!storage) {
         return false;
     }
     for (unsigned int pass = 0; pass < passes; ++pass) {
-        Pair* const target = storage.get() + (pass == 1 ? count : 0);
-        const Pair* const source = storage.get() + (pass == 2 ? count : 0);
+        Pair* const target = storage.get() + (pass % 2 ? count : 0);
+        const Pair* const source = storage.get() + (pass % 2 ? 0 : count);
         const auto fromDepths = [&](unsigned int i) { return pairOf(depths, i); };
         const auto fromPairs = [&](unsigned int i) { return source[i]; };
         const auto toPairs = [&](std::uint32_t slot, Pair pair) { target[slot] = pair; };
@@ -163,13 +167,13 @@ bool sortMany(unsigned int* order, const float* depths, unsigned int count) {
         const unsigned int digit = digits[pass];
         const bool last = pass + 1 == passes;
         if (pass == 0 && last) {
-            distribute(count, digit, starts[digit], fromDepths, toOrder);
+            distribute<kDigitBits>(count, digit, starts[digit], fromDepths, toOrder);
         } else if (pass == 0) {
-            distribute(count, digit, starts[digit], fromDepths, toPairs);
+            distribute<kDigitBits>(count, digit, starts[digit], fromDepths, toPairs);
         } else if (last) {
-            distribute(count, digit, starts[digit], fromPairs, toOrder);
+            distribute<kDigitBits>(count, digit, starts[digit], fromPairs, toOrder);
         } else {
-            distribute(count, digit, starts[digit], fromPairs, toPairs);
+            distribute<kDigitBits>(count, digit, starts[digit], fromPairs, toPairs);
         }
     }
     return true;
@@ -218,11 +222,12 @@ bool DepthSorter::sortByDepth(const ProjMatrix& m, unsigned int* order, unsigned
     } else {
         computeDepths(depths, m, positions, count);
     }
-    if (elements > kFew) {
-        return sortMany(order, depths, elements);
+    if (elements <= kFew) {
+        sortFew(order, depths, elements);
+        return true;
     }
-    sortFew(order, depths, elements);
-    return true;
+    return elements < kMany ? sortMany<kNarrowDigit>(order, depths, elements)
+                            : sortMany<kWideDigit>(order, depths, elements);
 }
 
 int DepthSorter::depthCompareFunction(const void* a, const void* b) {

@@ -41,12 +41,10 @@ public:
 private:
     friend class FrustumProbe; // tests look at the planes
 
-    /// Positive inside: a x + b y + c z + d.
-    struct Plane {
-        double a, b, c, d;
-
-        double distance(double x, double y, double z) const { return a * x + b * y + c * z + d; }
-        bool isZero() const { return a == 0 && b == 0 && c == 0 && d == 0; }
+    /// Two planes at a time: right and left, bottom and top, far and near. The signed distance of a
+    /// point is a x + b y + c z + d, positive inside.
+    struct PlanePair {
+        double a[2], b[2], c[2], d[2];
     };
 
     /// A point on a plane is inside.
@@ -55,19 +53,18 @@ private:
     bool sphereInFrustum(double x, double y, double z, double r) const;
 
     /// Whether no plane has all eight corners of the box on or behind it. Corners with a distance
-    /// that is not a number are not behind.
+    /// that is not a number are not behind, and a plane of four zeros rejects nothing.
     ///
     /// One corner per plane is enough, and the answers are those of all eight, rounding included:
-    /// the distance is a sum of one product per axis, rounded step by step in a fixed order, and
-    /// rounded addition never falls when a term grows. So the corner with the larger product on each
-    /// axis has the largest of the eight computed distances. Being a corner, it alone decides that a
-    /// plane does not reject. That it is the largest holds as long as no distance is not-a-number,
-    /// which is what finite products and a finite d guarantee; else all eight are computed.
+    /// the distance is a sum of one product per axis and d, rounded step by step in a fixed order,
+    /// and a rounded sum never falls when a term grows. So the corner with the larger product on
+    /// each axis has the largest of the eight computed distances. (Larger product, not sign of the
+    /// normal: a box may have its corners the other way round.) That needs distances that are
+    /// numbers, which finite planes and a finite box guarantee; all others take `testAllCorners`.
     bool boxInFrustum(double minX, double minY, double minZ, double maxX, double maxY, double maxZ) const;
+    bool testAllCorners(const double (&x)[2], const double (&y)[2], const double (&z)[2]) const;
 
-    static bool rejectsAllCorners(const Plane& plane, const double (&x)[2], const double (&y)[2],
-                                  const double (&z)[2]);
-
-    Plane fPlanes[6];
+    PlanePair fPlanes[3];
     bool fValid;
+    bool fOrdinary; ///< every plane is finite and has a normal
 };

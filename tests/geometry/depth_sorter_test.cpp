@@ -121,7 +121,7 @@ TEST(DepthSorter, SortsAsAStableSortDoes) {
         [](std::mt19937&, unsigned int i) { return static_cast<float>(i / 2); },
     };
     const ProjMatrix mirror(-1.0);
-    for (unsigned int count : {1U, 2U, 3U, 100U, 256U, 257U, 1000U, 5000U}) {
+    for (unsigned int count : {1U, 2U, 3U, 100U, 256U, 257U, 1000U, 8191U, 20000U}) {
         for (const auto& shape : shapes) {
             std::vector<float> depths(count);
             for (unsigned int i = 0; i < count; ++i) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <limits>
@@ -14,7 +15,10 @@ using qvLinear::ProjMatrix;
 
 class FrustumProbe {
 public:
-    static const double* plane(const Frustum& frustum, int i) { return &frustum.fPlanes[i].a; }
+    static std::array<double, 4> plane(const Frustum& frustum, int i) {
+        const auto& pair = frustum.fPlanes[i / 2];
+        return {pair.a[i % 2], pair.b[i % 2], pair.c[i % 2], pair.d[i % 2]};
+    }
     static bool point(const Frustum& frustum, double x, double y, double z) {
         return frustum.pointInFrustum(x, y, z);
     }
@@ -31,7 +35,7 @@ bool plainTouches(const Frustum& frustum, const AABoundingBox& box) {
     const PointFlt low = box.min();
     const PointFlt high = box.max();
     for (int i = 0; i < 6; ++i) {
-        const double* p = FrustumProbe::plane(frustum, i);
+        const std::array<double, 4> p = FrustumProbe::plane(frustum, i);
         if (p[0] == 0 && p[1] == 0 && p[2] == 0 && p[3] == 0) {
             continue;
         }
@@ -53,7 +57,7 @@ bool plainTouches(const Frustum& frustum, const AABoundingBox& box) {
 bool plainTouches(const Frustum& frustum, const BoundingSphere& sphere) {
     const PointFlt c = sphere.center();
     for (int i = 0; i < 6; ++i) {
-        const double* p = FrustumProbe::plane(frustum, i);
+        const std::array<double, 4> p = FrustumProbe::plane(frustum, i);
         if (p[0] * c.x + p[1] * c.y + p[2] * c.z + p[3] <= -double(sphere.radius())) {
             return false;
         }
