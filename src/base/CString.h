@@ -25,7 +25,9 @@ namespace qvString {
 /// itself. Appending costs amortised the length of what is appended.
 class QV_EXPORT CString {
 public:
+    /// An empty text.
     CString() = default;
+    /// A copy of the text.
     CString(const char* text); // NOLINT(google-explicit-constructor): texts are handed over as they are
     CString(const CString& other);
     CString(CString&& other) noexcept;
@@ -36,10 +38,12 @@ public:
 
     /// Replaces the text.
     CString& assign(const char* text);
+    /// The same for a string.
     CString& assign(const CString& other);
 
     /// Adds to the end of the text.
     CString& append(const char* text);
+    /// The same for a string.
     CString& append(const CString& other);
 
     /// Replaces the text with `pattern`, its conversions filled as by `printf`; the result may have
@@ -55,6 +59,7 @@ public:
 
     /// The text; valid until the string changes.
     const char* asChar() const { return fText.c_str(); }
+    /// Whether there is no character.
     bool isEmpty() const { return fText.empty(); }
 
     /// Same text, byte by byte.

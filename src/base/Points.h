@@ -7,6 +7,7 @@ namespace qvLinear {
 /// A point in space, single precision.
 struct PointFlt {
     PointFlt() = default;
+    /// The point with these coordinates.
     PointFlt(float px, float py, float pz) : x(px), y(py), z(pz) {}
 
     float x = 0;
@@ -17,7 +18,9 @@ struct PointFlt {
 /// A point in space.
 struct Point {
     Point() = default;
+    /// The point with these coordinates.
     Point(double px, double py, double pz) : x(px), y(py), z(pz) {}
+    /// The same point in doubles.
     explicit Point(const PointFlt& p) : x(p.x), y(p.y), z(p.z) {}
 
     double x = 0;
@@ -28,6 +31,7 @@ struct Point {
 /// A point in homogeneous coordinates.
 struct HPoint {
     HPoint() = default;
+    /// The point with these coordinates.
     HPoint(double px, double py, double pz, double pw) : x(px), y(py), z(pz), w(pw) {}
 
     double x = 0;

@@ -18,9 +18,11 @@ public:
 
     /// Element `i` in storage order, row after row: 4 * row + column.
     double& operator[](unsigned int i) { return fElements[i]; }
+    /// The same for reading.
     double operator[](unsigned int i) const { return fElements[i]; }
     /// Element in row 0..3, column 0..3.
     double& operator()(unsigned int row, unsigned int column) { return fElements[4 * row + column]; }
+    /// The same for reading.
     double operator()(unsigned int row, unsigned int column) const { return fElements[4 * row + column]; }
 
     /// out = in M, without a division by w. `out` and `in` may be the same point.

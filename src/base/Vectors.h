@@ -7,8 +7,10 @@ namespace qvLinear {
 /// A direction with a length.
 struct Vector {
     Vector() = default;
+    /// The vector with these components.
     Vector(double vx, double vy, double vz) : x(vx), y(vy), z(vz) {}
 
+    /// The Euclidean length.
     double length() const { return std::sqrt(x * x + y * y + z * z); }
 
     /// Scales the vector to length 1, in place. A zero vector stays.
@@ -29,6 +31,7 @@ struct Vector {
 /// A direction with a length, single precision.
 struct VectorFlt {
     VectorFlt() = default;
+    /// The vector with these components.
     VectorFlt(float vx, float vy, float vz) : x(vx), y(vy), z(vz) {}
 
     float x = 0;
@@ -39,6 +42,7 @@ struct VectorFlt {
 /// A direction whose length carries no meaning, such as an axis of rotation.
 struct Normal {
     Normal() = default;
+    /// The vector with these components; it need not have length 1.
     Normal(double nx, double ny, double nz) : x(nx), y(ny), z(nz) {}
 
     double x = 0;

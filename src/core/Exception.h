@@ -15,6 +15,7 @@ enum ExceptionType : int {
 struct QV_EXPORT Exception {
     /// An internal error with the given message.
     Exception(std::string text); // NOLINT(google-explicit-constructor): thrown from plain texts
+    /// An error of the given kind.
     Exception(ExceptionType kind = kInternalError, std::string text = "");
     Exception(const Exception& other);
     Exception& operator=(const Exception& other);

@@ -13,9 +13,11 @@ class QV_EXPORT IResource : public qvSharedObject {
 public:
     /// The name under which a host lists the resource; may be empty, need not be unique.
     const std::string& name() const { return fName; }
+    /// Renames the resource.
     void setName(const std::string& name) { fName = name; }
 
 protected:
+    /// A resource of that name, without references.
     explicit IResource(std::string name = std::string());
     IResource(const IResource& other);
     IResource& operator=(const IResource& other);

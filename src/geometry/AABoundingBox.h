@@ -46,8 +46,11 @@ public:
     qvLinear::PointFlt min() const override;
     qvLinear::PointFlt max() const override;
 
+    /// Sets both corners.
     void set(const qvLinear::PointFlt& min, const qvLinear::PointFlt& max);
+    /// Sets the lower corner.
     void setMin(const qvLinear::PointFlt& min) { fMin = min; }
+    /// Sets the upper corner.
     void setMax(const qvLinear::PointFlt& max) { fMax = max; }
     /// On purpose: does nothing, as the constructor from an index array.
     void set(const GeometryDataIndex& index);
@@ -55,6 +58,7 @@ public:
     /// The box around both. On purpose: the other's validity is not looked at. An invalid box
     /// spreads the result over all floats, an invalid sphere adds its centre +1 and -1.
     AABoundingBox operator+(const IBoundingPlanes& other) const;
+    /// The same in place.
     AABoundingBox& operator+=(const IBoundingPlanes& other);
 
     /// Outside: beyond the closed range of any axis. Inside: within all three, faces included.

@@ -44,8 +44,11 @@ public:
     qvLinear::PointFlt min() const override;
     qvLinear::PointFlt max() const override;
 
+    /// Sets centre and radius.
     void set(const qvLinear::PointFlt& center, float radius);
+    /// Sets the centre.
     void setCenter(const qvLinear::PointFlt& center) { fCenter = center; }
+    /// Sets the radius.
     void setRadius(float radius) { fRadius = radius; }
     /// On purpose: does nothing, as the constructor from an index array.
     void set(const GeometryDataIndex& index);
@@ -53,6 +56,7 @@ public:
     /// A cheap merge: the middle of both centres and the sum of both radii, valid or not. On
     /// purpose: it is not the smallest sphere around both.
     BoundingSphere operator+(const IBoundingPlanes& other) const;
+    /// The same in place.
     BoundingSphere& operator+=(const IBoundingPlanes& other);
 
     /// Inside and outside: strictly. Intersect: the squares of distance and radius differ by no

@@ -61,14 +61,20 @@ public:
     const char* objectName() const;
     /// Drawn from a process-wide counter that starts at 0.
     unsigned int uniqueID() const { return fUniqueID; }
+    /// What the array means to the one who draws.
     DataType dataType() const { return fDataType; }
+    /// The type of a component.
     ElementType elementType() const { return fElementType; }
+    /// The number of components of an element.
     ElementSize elementSize() const { return fElementSize; }
+    /// The number of elements.
     unsigned int elementCount() const { return fElementCount; }
+    /// The components, element after element; shared by all copies.
     void* data() const { return fData; }
 
     /// Tells arrays of the same meaning apart, such as two sets of texture coordinates; 0 at first.
     int collectionNumber() const { return fCollectionNumber; }
+    /// Sets that number.
     void setCollectionNumber(int number) { fCollectionNumber = number; }
 
     /// The size of one component in bytes; 0 for an element type outside the table.

@@ -46,17 +46,23 @@ public:
     /// Tells index arrays apart, drawn from a counter of their own; the array of a copy has a new
     /// number.
     unsigned int uniqueID() const { return fUniqueID; }
+    /// What the indices are drawn as.
     DrawPrimitiveType drawPrimitive() const { return fDrawPrimitive; }
+    /// Sets what they are drawn as.
     void setDrawPrimitive(DrawPrimitiveType drawPrimitive) { fDrawPrimitive = drawPrimitive; }
 
     /// Invalid until it is set.
     const AABoundingBox& boundingBox() const { return fBoundingBox; }
+    /// Sets the box.
     void setBoundingBox(const AABoundingBox& box) { fBoundingBox = box; }
     /// The point sphere at the origin until it is set.
     const BoundingSphere& boundingSphere() const { return fBoundingSphere; }
+    /// Sets the sphere.
     void setBoundingSphere(const BoundingSphere& sphere) { fBoundingSphere = sphere; }
 
+    /// The vertex numbers, owned by this object; may be null.
     unsigned int* indexArray() const { return fIndexArray.get(); }
+    /// The number of vertex numbers.
     unsigned int indicesCount() const { return fIndicesCount; }
 
     /// The attribute arrays. On purpose open to changes, also of a constant object: adding an

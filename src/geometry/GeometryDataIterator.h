@@ -16,7 +16,9 @@
 /// accessors give the addresses of vertex 0.
 class QV_EXPORT GeometryDataIterator {
 public:
+    /// Walks nothing.
     GeometryDataIterator() { reset(nullptr, nullptr); }
+    /// Starts as `reset` does.
     GeometryDataIterator(const GeometryDataIndex* index, const unsigned int* collections) {
         reset(index, collections);
     }
@@ -33,24 +35,36 @@ public:
     /// `end` is above `count()`.
     bool setRange(unsigned long start, unsigned long end);
 
+    /// Goes on to the next index; stays at the end.
     void next() {
         if (fPosition < fEnd) {
             ++fPosition;
         }
     }
+    /// Whether the end is reached.
     bool isDone() const { return fPosition == fEnd; }
     /// The number of indices, whatever the range.
     unsigned long count() const { return fCount; }
 
+    /// The address of the current vertex's position.
     void* vertex() const { return address(fVertex); }
+    /// The address of its normal.
     void* normal() const { return address(fNormal); }
+    /// The address of its first texture coordinates.
     void* textureCoord() const { return address(fTextureCoord); }
+    /// The address of its second texture coordinates.
     void* textureCoord2() const { return address(fTextureCoord2); }
+    /// The address of its colour.
     void* color() const { return address(fColor); }
+    /// The address of its weight.
     void* weight() const { return address(fWeight); }
+    /// The address of its first tangent.
     void* tangent() const { return address(fTangent); }
+    /// The address of its second tangent.
     void* tangent2() const { return address(fTangent2); }
+    /// The address of its binormal.
     void* binormal() const { return address(fBinormal); }
+    /// The address of its user data.
     void* userData() const { return address(fUserData); }
 
 protected:

@@ -21,6 +21,7 @@ public:
     GeometryLogicalGroup& operator=(const GeometryLogicalGroup& other);
     ~GeometryLogicalGroup();
 
+    /// The name of the group.
     const std::string& name() const { return fName; }
 
     /// The first array of that meaning and collection number, in group order; null when there is
@@ -31,7 +32,9 @@ public:
     /// arrays only the first one learns about it.
     void appendData(const GeometryData* data);
 
+    /// The vertex arrays; their references are the group's.
     const std::vector<const GeometryData*>& dataArrays() const { return fData; }
+    /// The index arrays; their references are the group's.
     const std::vector<const GeometryDataIndex*>& indexArrays() const { return fIndices; }
 
 private:

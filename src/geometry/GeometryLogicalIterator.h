@@ -10,17 +10,20 @@ public:
     /// Walks nothing when `group` is null.
     explicit GeometryLogicalIterator(const GeometryLogicalGroup* group = nullptr) { reset(group); }
 
+    /// Starts at the first index array of `group`; walks nothing when it is null.
     void reset(const GeometryLogicalGroup* group) {
         fGroup = group;
         fPosition = 0;
         fCount = group ? static_cast<unsigned long>(group->indexArrays().size()) : 0;
     }
 
+    /// Goes on to the next index array; stays at the end.
     void next() {
         if (fPosition < fCount) {
             ++fPosition;
         }
     }
+    /// Whether the end is reached.
     bool isDone() const { return fPosition == fCount; }
     /// The number of index arrays.
     unsigned long count() const { return fCount; }

@@ -44,31 +44,38 @@ public:
     IBounds(const IBounds& other);
     IBounds& operator=(const IBounds& other);
 
+    /// What kind of bounds this is.
     BoundsType boundsType() const { return fBoundsType; }
 
     /// A setting that hosts share, initially -1. The library only stores it: the helpers below take
     /// their tolerance as an argument.
     static float tolerance();
+    /// Sets that setting.
     static void setTolerance(float tolerance);
 
     /// Whether `v` lies in [low, high], widened by `tol` at both ends.
     bool contains(float low, float high, float v) const { return low <= v && v <= high; }
+    /// The same, widened.
     bool contains(float low, float high, float v, float tol) const {
         return low - tol <= v && v <= high + tol;
     }
+    /// The same for an interval of two floats.
     bool contains(const float* range, float v) const { return contains(range[0], range[1], v); }
+    /// The same, widened.
     bool contains(const float* range, float v, float tol) const {
         return contains(range[0], range[1], v, tol);
     }
 
     /// On purpose: whether the FIRST interval lies within the second, widened by `tol`.
     bool contains(const float* a, const float* b) const { return b[0] <= a[0] && a[1] <= b[1]; }
+    /// The same, widened.
     bool contains(const float* a, const float* b, float tol) const {
         return b[0] - tol <= a[0] && a[1] <= b[1] + tol;
     }
 
     /// Whether the intervals have a point in common, the second one widened by `tol`.
     bool intersects(const float* a, const float* b) const { return a[0] <= b[1] && b[0] <= a[1]; }
+    /// The same, widened.
     bool intersects(const float* a, const float* b, float tol) const {
         return a[0] <= b[1] + tol && b[0] - tol <= a[1];
     }
@@ -84,6 +91,7 @@ public:
 protected:
     /// An object of type `kInvalidBoundsType`.
     IBounds() = default;
+    /// An object of that type.
     explicit IBounds(BoundsType type) : fBoundsType(type) {}
 
 private:
@@ -119,6 +127,7 @@ public:
 
 protected:
     IBoundingVolume() = default;
+    /// An object of that type.
     explicit IBoundingVolume(BoundsType type) : IBounds(type) {}
 };
 
@@ -130,6 +139,7 @@ public:
 
 protected:
     IBoundingPlanes() = default;
+    /// An object of that type.
     explicit IBoundingPlanes(BoundsType type) : IBoundingVolume(type) {}
     ~IBoundingPlanes() override;
 };

@@ -49,6 +49,7 @@ public:
     ParticleData& operator=(const ParticleData& other);
     ~ParticleData() override;
 
+    /// How the particles are drawn.
     ParticleType particleType() const { return fParticleType; }
 
     /// The depth order, null when not sorted. With chosen indices it holds positions in those
@@ -58,22 +59,29 @@ public:
     /// the length of an order of chosen indices, which its caller knows.
     unsigned int getIndexCount() const { return fIndexCount; }
 
+    /// The size of a particle, in the units of the positions.
     float size() const { return fSize; }
+    /// Sets the size.
     void setSize(float size) { fSize = size; }
     /// Red, green, blue, alpha; opaque white at first.
     const float* color() const { return fColor; }
     /// Copies four floats; null is ignored.
     void setColor(const float* rgba);
+    /// How the particles are blended.
     ParticleBlend blendType() const { return fBlendType; }
+    /// Sets how they are blended.
     void setBlendType(ParticleBlend blend) { fBlendType = blend; }
 
+    /// Whether there is a depth order.
     bool isSortedByDepth() const { return fSortedByDepth; }
     /// A request to whoever draws; the library only stores it.
     bool wantDepthSort() const { return fWantDepthSort; }
+    /// Sets the request.
     void setWantDepthSort(bool want) { fWantDepthSort = want; }
 
     /// The primitive with which the particles are drawn; points at first.
     GeometryDataIndex::DrawPrimitiveType drawType() const { return fDataIndex->drawPrimitive(); }
+    /// Sets that primitive.
     void setDrawType(GeometryDataIndex::DrawPrimitiveType type) { fDataIndex->setDrawPrimitive(type); }
 
     /// Appends an array and takes over the caller's reference.

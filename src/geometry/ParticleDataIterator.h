@@ -26,10 +26,13 @@ public:
     /// whatever the filter, and `multiCount()` the positions for each. On purpose: for other types
     /// `multiCount()` is left as it was.
     void reset(const ParticleData& data, const unsigned int* filter, unsigned int filterCount);
+    /// Goes back to the first particle of the walk.
     void reset() { fPosition = 0; }
     /// On purpose without a bound.
     void next() { ++fPosition; }
+    /// Whether the end is reached.
     bool isDone() const { return fPosition >= fCount; }
+    /// The number of particles that are walked.
     unsigned int count() const { return fCount; }
     /// The positions per particle; 1 at first.
     unsigned int multiCount() const { return fMultiCount; }
@@ -46,6 +49,7 @@ public:
 
     /// The first position of the current particle, which has `multiCount()` of them.
     void* position() const { return address(fPositions, std::size_t(fMultiCount) * kTripleSize); }
+    /// The current particle's velocity.
     void* velocity() const { return address(fVelocities, kTripleSize); }
     /// Null without normals.
     void* normal() const { return fNormals ? address(fNormals, kTripleSize) : nullptr; }
@@ -56,10 +60,15 @@ public:
     /// The current particle's element of the array with this number; null when there is none.
     void* userData(unsigned int number) const;
 
+    /// The whole array of positions.
     void* positionData() const { return fPositions; }
+    /// The whole array of velocities.
     void* velocityData() const { return fVelocities; }
+    /// The whole array of normals; may be null.
     void* normalData() const { return fNormals; }
+    /// The whole array of colours; may be null.
     void* colorData() const { return fColors; }
+    /// The whole array of alphas; may be null.
     void* alphaData() const { return fAlphas; }
 
 private:

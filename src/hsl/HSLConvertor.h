@@ -46,24 +46,34 @@ protected:
     /// The name becomes "fragout_float" or "fragout", as the token table has it: empty while the
     /// table is.
     void setFFConnectorName(bool floatOutput);
+    /// That name; empty until it is set.
     qvString::CString ffConnectorName() const { return fFFConnectorName; }
 
     /// The texts of the owned objects as they were last built; empty for an object that is not there.
     qvString::CString avConnectorString() const;
+    /// The same for the vertex program.
     qvString::CString vertexProgramString() const;
+    /// The same for the connector to the fragment program.
     qvString::CString vfConnectorString() const;
+    /// The same for the fragment program.
     qvString::CString fragmentProgramString() const;
 
     /// These take the name of a type or program and do nothing.
     void createAVConnector(const qvString::CString* typeName);
+    /// The same.
     void createVertexProgram(const qvString::CString* name);
+    /// The same.
     void createVFConnector(const qvString::CString* typeName);
+    /// The same.
     void createFragmentProgram(const qvString::CString* name);
 
     /// These destroy an owned object, if it is there; a program takes its uniform list along.
     void deleteAVConnector();
+    /// The same.
     void deleteVertexProgram();
+    /// The same.
     void deleteVFConnector();
+    /// The same.
     void deleteFragentProgram();
 
     unsigned int fProfile = 1;

@@ -35,6 +35,7 @@ public:
     HSLFragmentProgramInstruction(const DataType& type, const qvString::CString& name,
                                   const HSLToken::HSLOperator& op);
 
+    /// The name of the variable or output.
     const qvString::CString& logicalName() const { return fLogicalName; }
     /// The right-hand side; empty for none.
     const qvString::CString& assignmentString() const { return fAssignmentString; }
@@ -43,6 +44,7 @@ public:
     void buildStringValue() override;
 
 protected:
+    /// An instruction without type, name and right-hand side.
     HSLFragmentProgramInstruction();
 
 private:

@@ -13,7 +13,9 @@ class ShadingNode;
 /// a node of a shading graph. The node is not owned and is never looked into.
 class QV_EXPORT HSLNamedItem : public HSLStringContainer {
 public:
+    /// The type of the value.
     DataType dataType() const { return fDataType; }
+    /// The name in the program text.
     const qvString::CString& logicalName() const { return fLogicalName; }
     /// The node that the item carries; may be null.
     qvShadingDag::ShadingNode* dataNodePtr() const { return fDataNodePtr; }
@@ -21,6 +23,7 @@ public:
 protected:
     /// Type 0, an empty name and no node.
     HSLNamedItem();
+    /// That type, name and node.
     HSLNamedItem(DataType type, qvString::CString logicalName, qvShadingDag::ShadingNode* node);
 
     /// Makes a class-wide item out of an empty one; it carries no node.

@@ -25,7 +25,9 @@ public:
     /// The same for the 4, 9 or 16 values of a matrix type, row after row.
     bool assignMatrix(const float* values, unsigned short count);
 
+    /// The type of the value.
     const DataType& dataType() const { return fDataType; }
+    /// The name in the program text.
     const qvString::CString& logicalName() const { return fLogicalName; }
     /// The initialiser; empty for none.
     const qvString::CString& assignmentString() const { return fAssignmentString; }

@@ -149,12 +149,19 @@ public:
     };
 
     // The positions in the small groups.
+    /// Positions of `frequencyString`.
     enum FrequencyWord : unsigned int { kUniformWord, kVertWord, kFragWord };
+    /// Positions of `programString`.
     enum ProgramWord : unsigned int { kProgramWord, kReturnWord, kProgramBegin, kProgramEnd };
+    /// Positions of `connectorHeader`.
     enum ConnectorHeader : unsigned int { kApp2VtxHeader, kVtx2FragHeader, kFrag2FBHeader };
+    /// Positions of `connectorString`.
     enum ConnectorWord : unsigned int { kConnectorBegin, kConnectorEnd, kMemberAccess };
+    /// Positions of `connectorTypeName`.
     enum ConnectorType : unsigned int { kFragOut, kFragOutFloat, kVF30, kAVC, kVFC, kFFC, kFFCFloat };
+    /// Positions of `connectorName`.
     enum ConnectorName : unsigned int { kInputConnector, kOutputConnector };
+    /// Positions of `fragmentOutputName`.
     enum FragmentOutput : unsigned int { kColor, kDepth };
 
     /// The process-wide table.

@@ -28,6 +28,7 @@ public:
     HSLVertexProgramInstruction(const HSLToken::HSLOperator& op, const qvString::CString& name,
                                 const DataType& type, const HSLVtx2FragConnector* connector);
 
+    /// The name of the variable or of the connector's item.
     const qvString::CString& logicalName() const { return fLogicalName; }
     /// The right-hand side; empty for none.
     const qvString::CString& assignmentString() const { return fAssignmentString; }

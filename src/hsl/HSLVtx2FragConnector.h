@@ -44,7 +44,9 @@ public:
     /// The default type name, "VFC", for a null pointer only; an empty name stays empty.
     explicit HSLVtx2FragConnector(const qvString::CString* typeName);
 
+    /// Sets the name of the connector's type.
     void setTypeName(const qvString::CString& typeName) { fTypeName = typeName; }
+    /// The name of the connector's type.
     qvString::CString typeName() const { return fTypeName; }
 
     /// Adds a copy of the item at the end. Returns false, and adds nothing, when an equal item (type,
@@ -54,10 +56,14 @@ public:
     /// The first item of that name or node; null when there is none. The pointer is valid until
     /// `clear()` and the end of the connector.
     HSLVtx2FragConnectItem* findItem(const qvString::CString& logicalName);
+    /// The same for the node.
     HSLVtx2FragConnectItem* findItem(qvShadingDag::ShadingNode* const node);
+    /// The same for reading.
     const HSLVtx2FragConnectItem* findItem(const qvString::CString& logicalName) const;
+    /// The same for the node, for reading.
     const HSLVtx2FragConnectItem* findItem(qvShadingDag::ShadingNode* const node) const;
 
+    /// The number of items.
     std::size_t itemCount() const { return fItems.size(); }
     /// Destroys all items; the type name stays.
     void clear() { fItems.clear(); }

@@ -12,6 +12,7 @@ struct TportColor {
 
     /// Opaque black.
     TportColor() = default;
+    /// The colour with these components.
     TportColor(float redValue, float greenValue, float blueValue, float alphaValue = 1.0F,
                ColorType colorType = kRGBA)
         : type(colorType), red(redValue), green(greenValue), blue(blueValue), alpha(alphaValue) {}

@@ -14,6 +14,7 @@
 /// planes made of them reject nothing. A back end derives from the class and overrides `bind()`.
 class QV_EXPORT IHWCamera {
 public:
+    /// The kind of projection.
     enum CameraType : int {
         kPerspective = 0,
         kOrthographic = 1,
@@ -29,11 +30,16 @@ public:
     /// Makes the camera the current one; does nothing here.
     virtual void bind();
 
+    /// The kind of projection that was set last.
     CameraType cameraType() const { return fType; }
+    /// Sets the kind without touching the matrices.
     void setType(CameraType type) { fType = type; }
 
+    /// The map between world and eye space.
     const qvLinear::AffineMatrix& viewMatrix() const { return fViewMatrix; }
+    /// Sets it and brings the frustum in step.
     void setViewMatrix(const qvLinear::AffineMatrix& matrix);
+    /// The map from eye space to clip coordinates.
     const qvLinear::ProjMatrix& projMatrix() const { return fProjMatrix; }
     /// Leaves type and extents as they are.
     void setProjMatrix(const qvLinear::ProjMatrix& matrix);

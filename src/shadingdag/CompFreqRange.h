@@ -26,9 +26,12 @@ class QV_EXPORT CompFreqRange {
 public:
     /// Every level, from constant to fragment.
     CompFreqRange() = default;
+    /// The levels from `lowest` to `highest`, both included.
     CompFreqRange(unsigned int lowest, unsigned int highest) : fLowest(lowest), fHighest(highest) {}
 
+    /// The first level.
     unsigned int lowest() const { return fLowest; }
+    /// The last level.
     unsigned int highest() const { return fHighest; }
 
     /// Whether every level of `other` lies in this range.

@@ -9,6 +9,7 @@ namespace qvShadingDag {
 /// A place in a source file.
 struct QV_EXPORT FileLocation {
     FileLocation() = default;
+    /// That line and column.
     FileLocation(unsigned int theLine, unsigned int theColumn) : line(theLine), column(theColumn) {}
 
     /// "line 12, column 5"

@@ -37,11 +37,17 @@ public:
     ShadingAttribute& operator=(ShadingAttribute&& other) noexcept;
     ~ShadingAttribute();
 
+    /// The name; empty without one.
     const std::string& name() const { return fName; }
+    /// The type of the value.
     DataType dataType() const { return fDataType; }
+    /// The node that has the value; null without one. Not owned.
     ShadingNode* nodePtr() const { return fNode; }
+    /// Lets the value come from another node.
     void setNodePtr(ShadingNode* node) { fNode = node; }
+    /// The frequencies at which the value can be computed.
     const CompFreqRange& compFreqRange() const { return fCompFreqRange; }
+    /// Sets those frequencies.
     void setCompFreqRange(const CompFreqRange& range) { fCompFreqRange = range; }
 
     /// Whether there are a name and a type.

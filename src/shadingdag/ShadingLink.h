@@ -23,7 +23,9 @@ public:
 
     /// The sequence number within the specification.
     unsigned int number() const { return fNumber; }
+    /// The node that the link leaves.
     ShadingNode* sourceNode() const { return fSourceNode; }
+    /// The node that the link enters.
     ShadingNode* destNode() const { return fDestNode; }
 
     /// The name under which the value was read when the link was made. After an expansion the link
@@ -39,14 +41,17 @@ public:
 
     /// The name of the input that the link feeds.
     const std::string& destAttrName() const { return fDestAttrName; }
+    /// Renames the input.
     void setDestAttrName(const std::string& name) { fDestAttrName = name; }
 
     /// The type of the carried value.
     DataType dataType() const { return fDataType; }
+    /// Sets that type.
     void setDataType(DataType type) { fDataType = type; }
 
     /// The frequencies at which the carried value can be computed.
     const CompFreqRange& compFreqRange() const { return fCompFreqRange; }
+    /// Sets those frequencies.
     void setCompFreqRange(const CompFreqRange& range) { fCompFreqRange = range; }
 
 protected:

@@ -65,6 +65,7 @@ public:
     /// Becomes a call of `spec`, of the kind that `spec` has. Throws for a null pointer.
     void setOperator(ShadingNodeSpec* spec);
 
+    /// The kind of the node.
     NodeType nodeType() const { return fNodeType; }
     /// The type of an input, output or constant; `kInvalidDataType` for a call.
     DataType dataType() const { return fDataType; }
@@ -77,6 +78,7 @@ public:
 
     /// Marks the value of the node as specific to a light.
     void setLightSpecific(bool lightSpecific) { fLightSpecific = lightSpecific; }
+    /// Whether it is marked so.
     bool isLightSpecific() const { return fLightSpecific; }
 
     /// The name of an input or output, the printed value of a constant, the name of the called

@@ -61,9 +61,11 @@ public:
     /// again where all inputs are connected.
     ShadingNodeSpec* clone() const;
 
+    /// `kOperationNode` for a primitive, `kFunctionNode` for a function with a body.
     NodeType nodeType() const { return fNodeType; }
     /// Renames the function. In the library it stays under the name that it had when it was added.
     void setName(const std::string& name) { fName = name; }
+    /// The name of the function.
     const std::string& name() const { return fName; }
 
     /// Whether the specification is complete: it has entered the library.
@@ -78,9 +80,12 @@ public:
     /// then names. The output called "output" is the value that the function returns: it is not on
     /// the argument list. The pointers stay valid as long as the specification lives.
     const ShadingAttribute* addInput(DataType type, const std::string& name, const CompFreqRange& range);
+    /// The same for an output.
     const ShadingAttribute* addOutput(DataType type, const std::string& name, const CompFreqRange& range);
 
+    /// The number of inputs.
     int numInputs() const { return static_cast<int>(fInputs.size()); }
+    /// The number of outputs.
     int numOutputs() const { return static_cast<int>(fOutputs.size()); }
     /// The input at position `i`, counted from 0. Throws when there is none. Walks the list.
     const ShadingAttribute& input(int i) const;
@@ -88,7 +93,9 @@ public:
     /// The begin and end of a list, in declaration order: inputs, outputs, and one entry per
     /// constant of the body.
     void inputs(AttributeIterator& first, AttributeIterator& last) const;
+    /// The same for the outputs.
     void outputs(AttributeIterator& first, AttributeIterator& last) const;
+    /// The same for the constants.
     void constants(AttributeIterator& first, AttributeIterator& last) const;
     /// What a call is matched against: all parameters in source order, each marked `kInputNode` or
     /// `kOutputNode`.
@@ -108,7 +115,9 @@ public:
     /// The type of the first input, output or constant of that name; `kInvalidDataType` when there
     /// is none.
     DataType dataTypeOfInput(const std::string& name) const;
+    /// The same for an output.
     DataType dataTypeOfOutput(const std::string& name) const;
+    /// The same for a constant.
     DataType dataTypeOfConstant(const std::string& name) const;
     /// @}
 
@@ -117,6 +126,7 @@ public:
 
     /// The begin and end of the list of nodes or links, in the order in which they were made.
     void internalNodes(NodeIterator& first, NodeIterator& last) const;
+    /// The same for the links.
     void internalLinks(LinkIterator& first, LinkIterator& last) const;
 
     /// Makes a constant node. Its value is its output "output".

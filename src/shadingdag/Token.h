@@ -64,9 +64,12 @@ enum TokenType : int {
 /// One token of a source, with its text, its value and where it stands; filled by a `Tokenizer`.
 class QV_EXPORT Token {
 public:
+    /// An invalid token without a text.
     Token() = default;
 
+    /// What the token is.
     TokenType type() const { return fType; }
+    /// Sets what the token is.
     void setType(TokenType type) { fType = type; }
 
     /// The characters as they stand in the source; empty for operators of "!", "%", "*", "<", "=",

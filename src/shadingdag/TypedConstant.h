@@ -24,9 +24,13 @@ public:
 
     /// An uninitialised constant: type `kInvalidDataType`.
     TypedConstant();
+    /// A float.
     explicit TypedConstant(float x);
+    /// A float2.
     TypedConstant(float x, float y);
+    /// A float3.
     TypedConstant(float x, float y, float z);
+    /// A float4.
     TypedConstant(float x, float y, float z, float w);
     /// A matrix4.
     explicit TypedConstant(const qvLinear::ProjMatrix& matrix);
@@ -38,9 +42,13 @@ public:
 
     /// Release what is held and become a float, float2, float3, float4 or matrix4.
     void set(float x);
+    /// The same for a float2.
     void set(float x, float y);
+    /// The same for a float3.
     void set(float x, float y, float z);
+    /// The same for a float4.
     void set(float x, float y, float z, float w);
+    /// The same for a matrix4.
     void set(const qvLinear::ProjMatrix& matrix);
 
     /// Becomes a bool. Frees nothing.
@@ -58,6 +66,7 @@ public:
     /// The matrix that is held. Throws when there is none.
     const qvLinear::ProjMatrix& matrix() const;
 
+    /// The type of the value; `kInvalidDataType` without one.
     DataType dataType() const { return fDataType; }
     /// Whether there is a value: the type is not `kInvalidDataType`.
     bool initialized() const { return fDataType != kInvalidDataType; }
