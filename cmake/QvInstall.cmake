@@ -64,16 +64,19 @@ endif()
 install(FILES CHANGELOG.md DESTINATION "${QV_DOC_DIR}")
 install(FILES README.md DESTINATION "${QV_DOC_DIR}" OPTIONAL)
 install(DIRECTORY docs DESTINATION "${QV_DOC_DIR}" FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg")
+install(DIRECTORY "${PROJECT_BINARY_DIR}/docs/html/" DESTINATION "${QV_DOC_DIR}/reference" OPTIONAL)
 install(
   DIRECTORY examples
   DESTINATION "${QV_DOC_DIR}"
   FILES_MATCHING
   PATTERN "*.h"
   PATTERN "*.cpp")
+configure_file(packaging/examples.cmake "${PROJECT_BINARY_DIR}/examples.cmake" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/examples.cmake" DESTINATION "${QV_DOC_DIR}/examples" RENAME CMakeLists.txt)
 
 set(QV_STDLIB_FILE "${QV_DATA_DIR}/stdlib.qvs")
 configure_package_config_file(
-  cmake/qvConfig.cmake.in "${PROJECT_BINARY_DIR}/qvConfig.cmake"
+  packaging/qvConfig.cmake.in "${PROJECT_BINARY_DIR}/qvConfig.cmake"
   INSTALL_DESTINATION "${QV_CMAKE_DIR}"
   PATH_VARS QV_STDLIB_FILE
   NO_CHECK_REQUIRED_COMPONENTS_MACRO)
@@ -85,5 +88,5 @@ install(FILES "${PROJECT_BINARY_DIR}/qvConfig.cmake" "${PROJECT_BINARY_DIR}/qvCo
 # The prefix is found from the file's own place, so that the folder can be moved.
 file(RELATIVE_PATH QV_PREFIX_FROM_PC "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 string(REGEX REPLACE "/$" "" QV_PREFIX_FROM_PC "${QV_PREFIX_FROM_PC}")
-configure_file(cmake/qv.pc.in "${PROJECT_BINARY_DIR}/qv.pc" @ONLY)
+configure_file(packaging/qv.pc.in "${PROJECT_BINARY_DIR}/qv.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/qv.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

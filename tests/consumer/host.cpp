@@ -7,6 +7,9 @@
 #include "core/Exception.h"
 #include "core/qvArray.h"
 #include "core/qvBitField.h"
+#include "geometry/AABoundingBox.h"
+#include "geometry/Frustum.h"
+#include "resources/IHWCamera.h"
 #include "shadingdag/Graphviz.h"
 #include "shadingdag/ShadingNodeSpec.h"
 #include "shadingdag/ShadingParser.h"
@@ -63,6 +66,17 @@ void readShadingLibrary(const char* stdlib) {
     check(!parser.parseFile("no such file", false) && !parser.errorString().empty(), "errors are reported");
 }
 
+void cull() {
+    // The camera looks along -z, 90 degrees in both directions.
+    IHWCamera camera;
+    camera.setPerspective(90, 1, 1, 100);
+    const AABoundingBox ahead({-1, -1, -11}, {1, 1, -9});
+    const AABoundingBox behind({-1, -1, 9}, {1, 1, 11});
+    const AABoundingBox aside({20, -1, -11}, {22, 1, -9});
+    check(camera.intersects(ahead) && !camera.intersects(behind) && !camera.intersects(aside),
+          "boxes are culled");
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -81,5 +95,6 @@ int main(int argc, char** argv) {
     check(qvBitField16(5).allSet(0, 2), "bit fields work");
 
     readShadingLibrary(argv[1]);
+    cull();
     return failures == 0 ? 0 : 1;
 }
