@@ -39,9 +39,7 @@ public:
                         "    return y@wzyx + color;\n}\n\n";
             }
         }
-        // A scalar on the right: declared last, it is found last.
-        const std::string scalar = "float4 operator*(float4 a, float b);\n";
-        fBytes = scalar + text;
+        fBytes = "float4 operator*(float4 a, float b);\n" + text;
         std::ofstream(fPath, std::ios::binary) << fBytes;
     }
     ~Source() { std::filesystem::remove(fPath); }
@@ -64,8 +62,8 @@ private:
 void setRates(benchmark::State& state, const Source& source) {
     state.SetBytesProcessed(static_cast<std::int64_t>(source.bytes().size()) * state.iterations());
     state.SetItemsProcessed(state.range(0) * state.iterations());
-    state.counters["ns/function"] =
-        benchmark::Counter(static_cast<double>(state.range(0)) * 1e-9,
+    state.counters["time/function"] =
+        benchmark::Counter(static_cast<double>(state.range(0)),
                            benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
