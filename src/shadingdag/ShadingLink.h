@@ -70,6 +70,7 @@ private:
     ShadingNode* fDestNode = nullptr;
     unsigned int fNumber = 0;
     int fSourceOutput = -1;
+    unsigned int fSlot = 0; // in the owner's flat arrays
     std::string fSourceAttrName;
     std::string fDestAttrName;
     CompFreqRange fCompFreqRange;

@@ -106,7 +106,7 @@ private:
     void becomeInterface(NodeType kind, DataType type, const std::string& name);
 
     unsigned int fNumber = 0;
-    mutable unsigned int fMark = 0; // scratch of the operation that is running
+    unsigned int fSlot = 0; // in the owner's flat arrays
     NodeType fNodeType = kInvalidNodeType;
     std::list<ShadingLink*> fIncomingLinks;
     std::list<ShadingLink*> fOutgoingLinks;

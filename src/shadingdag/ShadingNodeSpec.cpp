@@ -104,17 +104,16 @@ ShadingNodeSpec* ShadingNodeSpec::clone() const {
     copy->fName = fName;
     copy->fFullySpecified = fFullySpecified;
 
-    std::vector<ShadingNode*> nodes; // the copies, by the marks of the originals
-    nodes.reserve(fInternalNodes.size());
+    std::vector<ShadingNode*> nodes(fNodeSlots.size()); // the copies, by the slots of the originals
     for (const ShadingNode* node : fInternalNodes) {
-        node->fMark = static_cast<unsigned int>(nodes.size());
-        nodes.push_back(copy->makeNode());
-        nodes.back()->copyMeaning(*node);
-        nodes.back()->fNumber = node->fNumber;
+        ShadingNode* copied = copy->makeNode();
+        copied->copyMeaning(*node);
+        copied->fNumber = node->fNumber;
+        nodes[node->fSlot] = copied;
     }
     for (const ShadingLink* link : fInternalLinks) {
-        ShadingLink* copied = copy->makeLink(LinkSource(*link, nodes[link->fSourceNode->fMark]),
-                                             nodes[link->fDestNode->fMark], link->fDestAttrName);
+        ShadingLink* copied = copy->makeLink(LinkSource(*link, nodes[link->fSourceNode->fSlot]),
+                                             nodes[link->fDestNode->fSlot], link->fDestAttrName);
         copied->fNumber = link->fNumber;
     }
     copy->fNextNodeNumber = fNextNodeNumber;
@@ -122,7 +121,7 @@ ShadingNodeSpec* ShadingNodeSpec::clone() const {
 
     const auto moveToCopy = [&](ShadingAttribute& attribute) {
         const ShadingNode* node = attribute.nodePtr();
-        attribute.setNodePtr(node && node->fOwner == this ? nodes[node->fMark] : nullptr);
+        attribute.setNodePtr(node && node->fOwner == this ? nodes[node->fSlot] : nullptr);
     };
     copy->fInputs = fInputs;
     copy->fOutputs = fOutputs;
@@ -134,7 +133,7 @@ ShadingNodeSpec* ShadingNodeSpec::clone() const {
     for (auto& argument : copy->fArguments) {
         moveToCopy(argument.second);
     }
-    for (ShadingNode* node : nodes) {
+    for (ShadingNode* node : copy->fInternalNodes) {
         copy->evaluateWhereConnected(*node);
     }
     return copy.release();
@@ -252,6 +251,8 @@ ShadingNode* ShadingNodeSpec::makeNode() {
     node->fPlace = fInternalNodes.insert(fInternalNodes.end(), node.get());
     node->fOwner = this;
     node->fNumber = fNextNodeNumber++;
+    node->fSlot = static_cast<unsigned int>(fNodeSlots.size());
+    fNodeSlots.push_back(node.get());
     return node.release();
 }
 
@@ -271,6 +272,8 @@ ShadingLink* ShadingNodeSpec::makeLink(const LinkSource& from, ShadingNode* dest
     auto& incoming = dest->fIncomingLinks;
     link->fSourcePlace = outgoing.insert(outgoing.end(), link);
     link->fDestPlace = incoming.insert(incoming.end(), link);
+    link->fSlot = static_cast<unsigned int>(fLinkSlots.size());
+    fLinkSlots.emplace_back(from.node->fSlot, dest->fSlot);
     return link;
 }
 

@@ -251,6 +251,7 @@ private:
     ShadingLink* makeLink(const LinkSource& from, ShadingNode* dest, const std::string& destName);
     void destroyLink(ShadingLink* link);
     void destroyCall(ShadingNode* node);
+    void dropUnusedSlots();
     void checkOwns(const ShadingNode* node) const;
     void checkReadable(const ShadingAttribute& value) const;
     const ShadingAttribute* evaluateWhereConnected(ShadingNode& node);
@@ -270,6 +271,13 @@ private:
     std::list<std::pair<NodeType, ShadingAttribute>> fArguments;
     std::list<ShadingNode*> fInternalNodes;
     std::list<ShadingLink*> fInternalLinks;
+
+    // The same graph once more, for whoever walks all of it: nodes and, per link, the slots of
+    // source and destination, in list order. Slots of what was destroyed stay unused for a while.
+    static constexpr unsigned int kNoSlot = ~0U;
+    std::vector<ShadingNode*> fNodeSlots;                          // null: unused
+    std::vector<std::pair<unsigned int, unsigned int>> fLinkSlots; // kNoSlot twice: unused
+
     unsigned int fNextNodeNumber = 0;
     unsigned int fNextLinkNumber = 0;
 };

@@ -92,6 +92,7 @@ void ShadingNodeSpec::destroyLink(ShadingLink* link) {
     link->fSourceNode->fOutgoingLinks.erase(link->fSourcePlace);
     link->fDestNode->fIncomingLinks.erase(link->fDestPlace);
     fInternalLinks.erase(link->fPlace);
+    fLinkSlots[link->fSlot] = {kNoSlot, kNoSlot};
     delete link;
 }
 
@@ -103,7 +104,26 @@ void ShadingNodeSpec::destroyCall(ShadingNode* node) {
         destroyLink(node->fOutgoingLinks.front());
     }
     fInternalNodes.erase(node->fPlace);
+    fNodeSlots[node->fSlot] = nullptr;
     delete node;
+    dropUnusedSlots();
+}
+
+/// As soon as more than half of the slots are unused: constant time for each call destroyed.
+void ShadingNodeSpec::dropUnusedSlots() {
+    if (fNodeSlots.size() + fLinkSlots.size() <= 2 * (fInternalNodes.size() + fInternalLinks.size())) {
+        return;
+    }
+    fNodeSlots.clear();
+    for (ShadingNode* node : fInternalNodes) {
+        node->fSlot = static_cast<unsigned int>(fNodeSlots.size());
+        fNodeSlots.push_back(node);
+    }
+    fLinkSlots.clear();
+    for (ShadingLink* link : fInternalLinks) {
+        link->fSlot = static_cast<unsigned int>(fLinkSlots.size());
+        fLinkSlots.emplace_back(link->fSourceNode->fSlot, link->fDestNode->fSlot);
+    }
 }
 
 /// Copies the body of one function into another graph, in place of a call.
@@ -135,12 +155,12 @@ private:
     void copyCall(const ShadingNode& node, Value& value);
 
     ShadingNodeSpec& fTarget;
-    std::vector<Value> fValues; // by the marks of the body's nodes
+    std::vector<Value> fValues; // by the slots of the body's nodes
     std::vector<CompFreqRange> fRanges;
 };
 
 LinkSource BodyCopier::valueBehind(const ShadingLink& link) const {
-    const Value& value = fValues[link.sourceNode()->fMark];
+    const Value& value = fValues[FlatGraph::slotOf(*link.sourceNode())];
     if (!link.sourceNode()->isCall()) {
         return *value.source;
     }
@@ -173,9 +193,9 @@ void BodyCopier::expand(ShadingNode* call) {
     fValues.assign(body.size(), Value());
     fRanges.clear();
 
-    for (const unsigned int position : body.postOrder()) {
-        const ShadingNode& node = *body.nodes()[position];
-        Value& value = fValues[position];
+    for (const unsigned int slot : body.postOrder()) {
+        const ShadingNode& node = *body.node(slot);
+        Value& value = fValues[slot];
         if (node.isCall()) {
             copyCall(node, value);
         } else if (node.nodeType() == kInputNode) {

@@ -11,33 +11,34 @@ namespace qvShadingDag {
 
 namespace {
 
-/// Calls `use(node, position)` for all nodes by their addresses: in the order of the maps, where a
-/// run of look-ups and insertions stays in the cache.
-template <typename Use>
-void forEachByAddress(const std::vector<ShadingNode*>& nodes, const Use& use) {
-    std::vector<std::pair<ShadingNode*, unsigned int>> sorted;
-    sorted.reserve(nodes.size());
-    for (ShadingNode* node : nodes) {
-        sorted.emplace_back(node, static_cast<unsigned int>(sorted.size()));
+using SlotOfNode = std::pair<ShadingNode*, unsigned int>;
+
+/// The nodes in `slots` by their addresses: in the order of the maps of distances, where a run of
+/// look-ups and insertions stays in the cache.
+std::vector<SlotOfNode> byAddress(const FlatGraph& graph, const std::vector<unsigned int>& slots) {
+    std::vector<SlotOfNode> nodes;
+    nodes.reserve(slots.size());
+    for (const unsigned int slot : slots) {
+        nodes.emplace_back(graph.node(slot), slot);
     }
-    const auto before = [](const auto& a, const auto& b) { return std::less<>()(a.first, b.first); };
-    if (!std::is_sorted(sorted.begin(), sorted.end(), before)) {
-        std::sort(sorted.begin(), sorted.end(), before);
-    }
-    for (const auto& [node, position] : sorted) {
-        use(node, position);
+    std::sort(nodes.begin(), nodes.end(),
+              [](const SlotOfNode& a, const SlotOfNode& b) { return std::less<>()(a.first, b.first); });
+    return nodes;
+}
+
+void appendNodes(std::list<ShadingNode*>& result, const FlatGraph& graph,
+                 const std::vector<unsigned int>& slots) {
+    for (const unsigned int slot : slots) {
+        result.push_back(graph.node(slot));
     }
 }
 
 } // namespace
 
 void ShadingNodeSpec::fastTopoSort(std::list<ShadingNode*>* result, bool upstream) const {
-    if (!result) {
-        return;
-    }
-    const FlatGraph graph(*this, upstream);
-    for (const unsigned int position : graph.postOrder()) {
-        result->push_back(graph.nodes()[position]);
+    if (result) {
+        const FlatGraph graph(*this, upstream);
+        appendNodes(*result, graph, graph.postOrder());
     }
 }
 
@@ -53,66 +54,75 @@ void ShadingNodeSpec::topoSortByDistance(std::map<ShadingNode*, unsigned int>& d
         return;
     }
     FlatGraph graph(*this, true);
-    const auto& nodes = graph.nodes();
-    const auto isEnd = [&](unsigned int position) { return nodes[position]->outgoingLinks().empty(); };
+    std::vector<bool> feeds(graph.size()); // another node
+    for (const auto& [source, dest] : fLinkSlots) {
+        if (source != kNoSlot) {
+            feeds[source] = true;
+        }
+    }
 
     // 1. The key of each node that feeds another: a smaller key is visited first.
-    std::vector<unsigned int> keys(nodes.size());
-    forEachByAddress(nodes, [&](ShadingNode* node, unsigned int position) {
-        if (!isEnd(position)) {
-            const unsigned int length = distance.try_emplace(node, 0).first->second;
-            keys[position] = farthestFirst ? ~length : length;
+    std::vector<unsigned int> feeding;
+    for (unsigned int slot = 0; slot < graph.size(); ++slot) {
+        if (feeds[slot]) {
+            feeding.push_back(slot);
         }
-    });
+    }
+    std::vector<unsigned int> keys(graph.size());
+    for (const auto& [node, slot] : byAddress(graph, feeding)) {
+        const unsigned int length = distance.try_emplace(node, 0).first->second;
+        keys[slot] = farthestFirst ? ~length : length;
+    }
 
     // 2. Each node's feeding nodes by key, then by the order of the links.
-    std::vector<std::pair<std::uint64_t, unsigned int>> feeders; // key and place in one number, node
-    for (unsigned int position = 0; position < graph.size(); ++position) {
-        unsigned int* const first = graph.neighboursBegin(position);
-        unsigned int* const last = graph.neighboursEnd(position);
-        const auto byKey = [&](unsigned int a, unsigned int b) { return keys[a] < keys[b]; };
+    const auto byKey = [&](unsigned int a, unsigned int b) { return keys[a] < keys[b]; };
+    std::vector<std::pair<std::uint64_t, unsigned int>> sorted; // key and place in one number, slot
+    for (unsigned int slot = 0; slot < graph.size(); ++slot) {
+        unsigned int* const first = graph.neighboursBegin(slot);
+        unsigned int* const last = graph.neighboursEnd(slot);
         if (std::is_sorted(first, last, byKey)) {
             continue;
         }
-        feeders.clear();
+        sorted.clear();
         for (const unsigned int* feeder = first; feeder != last; ++feeder) {
             const auto key = static_cast<std::uint64_t>(keys[*feeder]) << 32U;
-            feeders.emplace_back(key + static_cast<std::uint64_t>(feeder - first), *feeder);
+            sorted.emplace_back(key + static_cast<std::uint64_t>(feeder - first), *feeder);
         }
-        std::sort(feeders.begin(), feeders.end());
-        std::transform(feeders.begin(), feeders.end(), first, [](const auto& entry) { return entry.second; });
+        std::sort(sorted.begin(), sorted.end());
+        std::transform(sorted.begin(), sorted.end(), first, [](const auto& entry) { return entry.second; });
     }
 
     // 3. Depth first.
-    const auto order = onlyFromEnds ? graph.postOrder(isEnd) : graph.postOrder();
-    for (const unsigned int position : order) {
-        result->push_back(nodes[position]);
-    }
+    const auto isEnd = [&](unsigned int slot) { return !feeds[slot]; };
+    appendNodes(*result, graph, onlyFromEnds ? graph.postOrder(isEnd) : graph.postOrder());
 }
 
 void ShadingNodeSpec::computeDistance(ShadingNode* start, std::map<ShadingNode*, unsigned int>& distance,
                                       bool upstream) const {
     checkOwns(start);
-    const FlatGraph graph(start, upstream);
+    const FlatGraph graph(*this, upstream);
     const auto known = distance.find(start);
-    std::vector<unsigned int> lengths{known == distance.end() ? 0 : known->second};
-    lengths.reserve(graph.size());
-    for (unsigned int position = 0; position < graph.size(); ++position) {
-        const unsigned int next = lengths[position] + (lengths[position] != ~0U ? 1 : 0);
-        for (const unsigned int* n = graph.neighboursBegin(position); n != graph.neighboursEnd(position);
-             ++n) {
-            // Positions are in breadth-first order: the first step to a node is a shortest way.
-            if (*n == lengths.size()) {
-                lengths.push_back(next);
+    std::vector<unsigned int> lengths(graph.size());
+    std::vector<bool> reached(graph.size());
+    std::vector<unsigned int> queue{start->fSlot};
+    lengths[start->fSlot] = known == distance.end() ? 0 : known->second;
+    reached[start->fSlot] = true;
+    for (std::size_t i = 0; i < queue.size(); ++i) {
+        const unsigned int slot = queue[i];
+        const unsigned int next = lengths[slot] + (lengths[slot] != ~0U ? 1 : 0);
+        for (const unsigned int* n = graph.neighboursBegin(slot); n != graph.neighboursEnd(slot); ++n) {
+            if (!reached[*n]) {
+                reached[*n] = true;
+                lengths[*n] = next;
+                queue.push_back(*n);
             }
         }
     }
+    queue.erase(queue.begin()); // the start is not written
     auto hint = distance.begin();
-    forEachByAddress(graph.nodes(), [&](ShadingNode* node, unsigned int position) {
-        if (position > 0) {
-            hint = std::next(distance.insert_or_assign(hint, node, lengths[position]));
-        }
-    });
+    for (const auto& [node, slot] : byAddress(graph, queue)) {
+        hint = std::next(distance.insert_or_assign(hint, node, lengths[slot]));
+    }
 }
 
 void ShadingNodeSpec::computeDeepestChildrenDistance(ShadingNode* node,
@@ -120,22 +130,23 @@ void ShadingNodeSpec::computeDeepestChildrenDistance(ShadingNode* node,
                                                      std::map<ShadingNode*, unsigned int>& result,
                                                      bool upstream) const {
     checkOwns(node);
-    const FlatGraph graph(node, upstream);
+    const FlatGraph graph(*this, upstream);
+    const std::vector<unsigned int> order = graph.postOrderFrom(node->fSlot);
+    const std::vector<SlotOfNode> nodes = byAddress(graph, order);
     std::vector<unsigned int> deepest(graph.size(), 0);
-    forEachByAddress(graph.nodes(), [&](ShadingNode* reached, unsigned int position) {
+    for (const auto& [reached, slot] : nodes) {
         const auto known = distance.find(reached);
-        deepest[position] = known == distance.end() ? 0 : known->second;
-    });
-    for (const unsigned int position : graph.postOrder()) {
-        for (const unsigned int* n = graph.neighboursBegin(position); n != graph.neighboursEnd(position);
-             ++n) {
-            deepest[position] = std::max(deepest[position], deepest[*n]);
+        deepest[slot] = known == distance.end() ? 0 : known->second;
+    }
+    for (const unsigned int slot : order) {
+        for (const unsigned int* n = graph.neighboursBegin(slot); n != graph.neighboursEnd(slot); ++n) {
+            deepest[slot] = std::max(deepest[slot], deepest[*n]);
         }
     }
     auto hint = result.begin();
-    forEachByAddress(graph.nodes(), [&](ShadingNode* reached, unsigned int position) {
-        hint = std::next(result.insert_or_assign(hint, reached, deepest[position]));
-    });
+    for (const auto& [reached, slot] : nodes) {
+        hint = std::next(result.insert_or_assign(hint, reached, deepest[slot]));
+    }
 }
 
 } // namespace qvShadingDag
