@@ -25,16 +25,13 @@ declared. A function that is defined twice with one signature is shown as define
   -o, --output OUT     graph, expand: write to a file: text for .dot; .svg and .png are drawn by
                        the program "dot" of Graphviz. Otherwise the text goes to standard output
   --optimal, --fast    order: by the distances to the outputs (the default), or the plain order
-  -l, --library FILE   read this file first, for functions that the others call;
-may be repeated-- help, --version print this text,
-    or the version
+  -l, --library FILE   read this file first, for functions that the others call; may be repeated
+  --help, --version    print this text, or the version
 
-            Tables have aligned columns on a terminal and tabs between the columns elsewhere.
+Tables have aligned columns on a terminal and tabs between the columns elsewhere.
 
-        Status : 0 all is well;
-1 a file cannot be read or has an error;
-2 the command line is not understood;
-3 the function is unknown, ambiguous or cannot be expanded; 4 the output cannot be
+Status: 0 all is well; 1 a file cannot be read or has an error; 2 the command line is not
+understood; 3 the function is unknown, ambiguous or cannot be expanded; 4 the output cannot be
 written or drawn.
 )help";
 

@@ -52,10 +52,11 @@ void list(const CommandLine& line) {
     if (!line.function.empty()) {
         functions = matchingFunctions(functions, line.function);
     }
-    Table table = {{"function", "kind", "nodes", "links"}};
+    // The signatures last: the longest would push every other column off the screen.
+    Table table = {{"kind", "nodes", "links", "function"}};
     for (const ShadingNodeSpec* spec : functions) {
         table.push_back(
-            {header(*spec), kindOf(*spec), std::to_string(numNodes(*spec)), std::to_string(numLinks(*spec))});
+            {kindOf(*spec), std::to_string(numNodes(*spec)), std::to_string(numLinks(*spec)), header(*spec)});
     }
     printTable(table);
 }
