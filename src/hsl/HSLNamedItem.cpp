@@ -10,6 +10,8 @@ HSLNamedItem::HSLNamedItem(DataType type, qvString::CString logicalName, qvShadi
 void HSLNamedItem::set(DataType type, const char* logicalName) {
     fDataType = type;
     fLogicalName = logicalName;
+    fDataNodePtr = nullptr;
+    fStringValue = "";
 }
 
 bool HSLNamedItem::equals(const HSLNamedItem& other) const {

@@ -26,7 +26,7 @@ protected:
     /// That type, name and node.
     HSLNamedItem(DataType type, qvString::CString logicalName, qvShadingDag::ShadingNode* node);
 
-    /// Makes a class-wide item out of an empty one; it carries no node.
+    /// Makes a class-wide item as if newly constructed: without a node, its text not built yet.
     void set(DataType type, const char* logicalName);
 
     /// Same type, name and node.

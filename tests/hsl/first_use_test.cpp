@@ -36,7 +36,9 @@ TEST(FirstUse, FillsTheTableAndTheClassWideItemsOnce) {
     EXPECT_EQ(built(input), "application2vertex connector AVC {\n    INVALID;\n}\n");
     EXPECT_EQ(built(output), "vertex2fragment connector VFC {\n    INVALID;\n}\n");
 
+    EXPECT_EQ(HSLApp2VtxConnectItem::fsVertexPosition.stringValue(), "INVALID;");
     const HSLApp2VtxConnectItem firstInput(kFloat, "a", nullptr);
+    EXPECT_TRUE(HSLApp2VtxConnectItem::fsVertexPosition.stringValue().isEmpty());
     EXPECT_EQ(built(input), "application2vertex connector AVC {\n    float3 vertexPosition;\n}\n");
     EXPECT_EQ(HSLApp2VtxConnectItem::fsModelViewMatrix.logicalName(), "projectionMtx");
     EXPECT_EQ(HSLApp2VtxConnectItem::fsModelViewMatrix.dataType(), kMatrix4);
