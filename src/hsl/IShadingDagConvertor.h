@@ -6,6 +6,10 @@
 /// A converter that turns a shading graph into some output text.
 class QV_EXPORT IShadingDagConvertor {
 public:
+    IShadingDagConvertor() = default;
+    /// Copying and assigning through the interface copy nothing.
+    IShadingDagConvertor(const IShadingDagConvertor&) = default;
+    IShadingDagConvertor& operator=(const IShadingDagConvertor&) = default;
     virtual ~IShadingDagConvertor();
 
     /// Converts; false when that failed.
@@ -16,9 +20,4 @@ public:
     virtual bool writeToFile(const qvString::CString& path) = 0;
     /// Drops what the last conversion made.
     virtual void cleanup() = 0;
-
-protected:
-    IShadingDagConvertor() = default;
-    IShadingDagConvertor(const IShadingDagConvertor&) = default;
-    IShadingDagConvertor& operator=(const IShadingDagConvertor&) = default;
 };

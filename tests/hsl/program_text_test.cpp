@@ -420,6 +420,9 @@ TEST_F(ProgramText, ConvertorConvertsNothing) {
     EXPECT_EQ(plain.ffConnectorName(), "fragout");
     const Named wide(1, true);
     EXPECT_EQ(wide.ffConnectorName(), "fragout_float");
+    IShadingDagConvertor& converter = plain;
+    converter = wide; // copies nothing
+    EXPECT_EQ(plain.ffConnectorName(), "fragout");
     plain = Named(wide);
     EXPECT_EQ(plain.ffConnectorName(), "fragout_float");
 }
