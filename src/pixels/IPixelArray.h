@@ -17,11 +17,15 @@
 /// source's format.
 class QV_EXPORT IPixelArray {
 public:
+    /// In pixels.
     unsigned int width() const { return fWidth; }
+    /// In pixels; 1 for a row.
     unsigned int height() const { return fHeight; }
+    /// In slices, or faces; 1 for a flat image.
     unsigned int depth() const { return fDepth; }
     /// Null when the array is empty.
     void* pixels() { return fPixels; }
+    /// The same for reading.
     const void* pixels() const { return fPixels; }
 
     /// Copies depth x height x width x `bytesPerPixel` bytes from `source` into the array, though
@@ -36,6 +40,7 @@ protected:
     IPixelArray& operator=(const IPixelArray& other);
     virtual ~IPixelArray();
 
+    /// Whether the array has its storage.
     bool initialized() const { return fInitialized; }
 
     /// Takes storage of `format` for this shape, without releasing what the array holds. Without

@@ -10,7 +10,7 @@
 /// With `powerOfTwo` both sides are rounded up to powers of two and the image is interpolated to
 /// that size.
 ///
-/// Returns storage that the caller releases with `::operator delete`. Null, with `width` and
+/// Returns storage that the caller releases with the global `operator delete`. Null, with `width` and
 /// `height` unchanged, for a path that names no readable file, a file of another kind, one that
 /// is damaged or incomplete, a side above 65,535 (also after rounding up) and an image of more
 /// than 2^31 - 1 bytes. The library must have been built with image files (`QV_WITH_IMAGE_FILES`);

@@ -10,6 +10,7 @@
 ///     image.convertToNormalMap(8.0F);
 class QV_EXPORT PixelArray2D : public IPixelArray {
 public:
+    /// An image of that size in storage of `format`, which must outlive it; empty without storage.
     PixelArray2D(const qvSysPixelFormat& format, unsigned int width, unsigned int height);
     PixelArray2D(const PixelArray2D&) = default;
     PixelArray2D& operator=(const PixelArray2D&) = default;

@@ -9,19 +9,28 @@
 ///     if (offered.betterOrEqualThan(needed)) ...
 class QV_EXPORT qvBufferFormat : public IPixelFormat {
 public:
+    /// A buffer of those parts; none by default.
     explicit qvBufferFormat(ColorFormat color = kInvalidColorFormat, DepthFormat depth = kNoDepth,
                             StencilFormat stencil = kNoStencil, SamplingType sampling = kSingleSample);
     qvBufferFormat(const qvBufferFormat&) = default;
     qvBufferFormat& operator=(const qvBufferFormat&) = default;
     ~qvBufferFormat() override;
 
+    /// The format of the colours.
     ColorFormat colorFormat() const { return fColorFormat; }
+    /// The format of the depths.
     DepthFormat depthFormat() const { return fDepthFormat; }
+    /// The format of the stencil.
     StencilFormat stencilFormat() const { return fStencilFormat; }
+    /// The kind of multisampling.
     SamplingType samplingType() const { return fSamplingType; }
+    /// Sets the format of the colours.
     void setColorFormat(ColorFormat format) { fColorFormat = format; }
+    /// Sets the format of the depths.
     void setDepthFormat(DepthFormat format) { fDepthFormat = format; }
+    /// Sets the format of the stencil.
     void setStencilFormat(StencilFormat format) { fStencilFormat = format; }
+    /// Sets the kind of multisampling.
     void setSamplingType(SamplingType type) { fSamplingType = type; }
 
     /// Whether `other` exceeds this format in at least one of the four fields. Two formats may
@@ -31,6 +40,7 @@ public:
     bool betterOrEqualThan(const qvBufferFormat& other) const { return !lessCapableThan(other); }
 
     bool operator==(const qvBufferFormat& other) const;
+    /// The opposite.
     bool operator!=(const qvBufferFormat& other) const { return !(*this == other); }
 
 private:

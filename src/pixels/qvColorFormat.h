@@ -10,6 +10,7 @@
 /// it back with `deallocate` of the same format.
 class QV_EXPORT qvColorFormat : public IPixelFormat {
 public:
+    /// The order and type of the components.
     ColorFormat colorFormat() const { return fColorFormat; }
 
     /// Storage for an image; null in this class.
@@ -18,6 +19,7 @@ public:
     virtual void deallocate(void* storage) const;
 
 protected:
+    /// A format of that pixel size and order.
     qvColorFormat(unsigned int bytesPerPixel, ColorFormat format);
     qvColorFormat(const qvColorFormat&) = default;
     qvColorFormat& operator=(const qvColorFormat&) = default;

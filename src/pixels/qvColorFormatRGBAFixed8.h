@@ -22,6 +22,7 @@ public:
 
     /// The value of a pixel that nothing else is known of; (0, 0, 0, 0) at first.
     void setDefaultValue(const unsigned char rgba[4]);
+    /// Gives that value.
     void defaultValue(unsigned char rgba[4]) const;
 
     /// A new image with the components of a float image of the same shape. On purpose: a byte is

@@ -19,6 +19,7 @@ public:
 
     /// In bytes.
     unsigned int pixelSize() const { return fPixelSize; }
+    /// The order and type of the components.
     ColorFormat pixelType() const { return fPixelType; }
     /// Sets the type and its pixel size. On purpose: a type outside `kRGBFixed8Format` to
     /// `kDepth32Format` is stored, too, and keeps the pixel size of the type before.
