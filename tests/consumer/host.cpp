@@ -8,13 +8,15 @@
 #include "core/qvArray.h"
 #include "core/qvBitField.h"
 #include "geometry/AABoundingBox.h"
-#include "geometry/Frustum.h"
+#include "pixels/ImageFiles.h"
 #include "resources/IHWCamera.h"
 #include "shadingdag/Graphviz.h"
 #include "shadingdag/ShadingNodeSpec.h"
 #include "shadingdag/ShadingParser.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <new>
 #include <string>
 #include <typeinfo>
 
@@ -77,6 +79,19 @@ void cull() {
           "boxes are culled");
 }
 
+void readImage(const std::string& folder) {
+    const unsigned char pixels[] = {255, 0, 0, 255, 1, 2, 3, 4};
+    unsigned char buffer[8];
+    std::copy_n(pixels, 8, buffer);
+    const std::string path = folder + "/image.png";
+    writeImageToFile(buffer, 2, 1, path.c_str(), "png");
+    unsigned short width = 0;
+    unsigned short height = 0;
+    unsigned char* image = readImageFromFile(path.c_str(), width, height, false);
+    check(image && width == 2 && height == 1 && std::equal(pixels, pixels + 8, image), "images are read");
+    ::operator delete(image);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -96,5 +111,6 @@ int main(int argc, char** argv) {
 
     readShadingLibrary(argv[1]);
     cull();
+    readImage(argv[2]);
     return failures == 0 ? 0 : 1;
 }
