@@ -6,27 +6,53 @@
 
 namespace {
 
-// Adds row after row, weighed, into `sums`, four at a time to spare the passes over them.
-template <typename T>
-void blendRows(const T* source, std::size_t rowLength, const AxisFilter::Taps& taps,
+// The weighed sum of `Count` rows, added to what `sums` holds unless they are the first.
+template <unsigned int Count, typename T>
+void blendSome(const T* source, std::size_t rowLength, const double* weights, bool first,
                double* __restrict sums) {
-    const T* __restrict row = source + taps.first * rowLength;
-    const double* weight = taps.weights;
-    std::fill(sums, sums + rowLength, 0.0);
-    unsigned int left = taps.count;
-    for (; left >= 4; left -= 4, weight += 4, row += 4 * rowLength) {
-        const double w0 = weight[0], w1 = weight[1], w2 = weight[2], w3 = weight[3];
-        const T* __restrict row1 = row + rowLength;
-        const T* __restrict row2 = row + 2 * rowLength;
-        const T* __restrict row3 = row + 3 * rowLength;
+    double w[Count];
+    std::copy_n(weights, Count, w);
+    const auto sumAt = [&](std::size_t i) {
+        double sum = w[0] * source[i];
+        for (unsigned int k = 1; k < Count; ++k) {
+            sum += w[k] * source[k * rowLength + i];
+        }
+        return sum;
+    };
+    if (first) {
         for (std::size_t i = 0; i < rowLength; ++i) {
-            sums[i] += (w0 * row[i] + w1 * row1[i]) + (w2 * row2[i] + w3 * row3[i]);
+            sums[i] = sumAt(i);
+        }
+    } else {
+        for (std::size_t i = 0; i < rowLength; ++i) {
+            sums[i] += sumAt(i);
         }
     }
-    for (; left > 0; --left, ++weight, row += rowLength) {
-        const double w = *weight;
-        for (std::size_t i = 0; i < rowLength; ++i) {
-            sums[i] += w * row[i];
+}
+
+// The weighed sum of a run of rows, four at a time to spare passes over `sums`.
+template <typename T>
+void blendRows(const T* source, std::size_t rowLength, const AxisFilter::Taps& taps, double* sums) {
+    if (taps.count == 0) {
+        std::fill_n(sums, rowLength, 0.0);
+    }
+    const T* row = source + taps.first * rowLength;
+    for (unsigned int done = 0; done < taps.count; done += 4, row += 4 * rowLength) {
+        const double* weights = taps.weights + done;
+        const bool first = done == 0;
+        switch (taps.count - done) {
+        case 1:
+            blendSome<1>(row, rowLength, weights, first, sums);
+            break;
+        case 2:
+            blendSome<2>(row, rowLength, weights, first, sums);
+            break;
+        case 3:
+            blendSome<3>(row, rowLength, weights, first, sums);
+            break;
+        default:
+            blendSome<4>(row, rowLength, weights, first, sums);
+            break;
         }
     }
 }
@@ -59,7 +85,7 @@ void resample(const T* source, const AxisFilter& columns, const AxisFilter& rows
 
 // Not-a-number becomes the lower end.
 double clamped(double value, double highest) {
-    return value > 0.0 ? std::min(value, highest) : 0.0;
+    return std::min(std::max(0.0, value), highest);
 }
 
 // Keeps values just below an edge from falling short of it.
