@@ -122,6 +122,8 @@ const GeometryData* ParticleData::getData(unsigned int number) const {
 
 void ParticleData::sortByDepth(const qvLinear::ProjMatrix& m, const unsigned int* indices,
                                unsigned int count) {
+    // Kept to the end, because `indices` may be the order so far.
+    const std::unique_ptr<unsigned int[]> previous = std::move(fIndexing);
     removeSortByDepth();
     const GeometryData& positions = *fDataArrays[kPositions];
     fIndexCount = positions.elementCount();

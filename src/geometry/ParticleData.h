@@ -93,9 +93,9 @@ public:
     const GeometryData* getData(unsigned int number) const;
 
     /// Replaces the order by that of ascending depth, as `DepthSorter::sortByDepth` finds it for the
-    /// positions, or for those among them that `indices` names. Nothing is sorted, and
-    /// `isSortedByDepth()` is false, without positions or chosen indices, without position data or
-    /// when its elements are smaller than three floats, and when memory runs out.
+    /// positions, or for those among them that `indices` names, which may be the order so far. Nothing is
+    /// sorted, and `isSortedByDepth()` is false, without positions or chosen indices, without position data
+    /// or when its elements are smaller than three floats, and when memory runs out.
     void sortByDepth(const qvLinear::ProjMatrix& m, const unsigned int* indices, unsigned int count);
     /// Drops the order.
     void removeSortByDepth();

@@ -100,6 +100,10 @@ TEST(ParticleData, SortsByDepth) {
     it.useParticleDataFilter();
     EXPECT_EQ(walk(it), (Numbers{3, 1, 2, 0}));
 
+    particles->sortByDepth(ProjMatrix(-1.0), particles->getIndexing(), 4);
+    it.useParticleDataFilter();
+    EXPECT_EQ(walk(it), (Numbers{3, 2, 1, 0})); // in the order so far
+
     const unsigned int chosen[] = {0, 3};
     particles->sortByDepth(ProjMatrix(), chosen, 2);
     EXPECT_EQ(particles->getIndexCount(), 4U); // of positions
