@@ -11,11 +11,12 @@
 /// A particle system as it is drawn: attribute arrays, one size and colour, and the order in which
 /// to draw.
 ///
-///     auto* smoke = new ParticleData(ParticleData::kPoint, 2.0F, positions, velocities, nullptr, nullptr,
-///     nullptr); smoke->ref(); smoke->sortByDepth(objectToEye, nullptr, 0); for (ParticleDataIterator
-///     it(*smoke, smoke->getIndexing(), smoke->getIndexCount()); !it.isDone(); it.next()) {
-///         draw(it.position());
-///     }
+///     auto* smoke = new ParticleData(ParticleData::kPoint, 2.0F, positions, velocities,
+///                                    nullptr, nullptr, nullptr);
+///     smoke->ref();
+///     smoke->sortByDepth(objectToEye, nullptr, 0);
+///     ParticleDataIterator it(*smoke, smoke->getIndexing(), smoke->getIndexCount());
+///     for (; !it.isDone(); it.next()) { draw(it.position()); }
 ///
 /// The arrays of the constructor are counted: the caller keeps its own references. Every copy has
 /// its own order and takes its own references. Positions, velocities and normals are three floats
@@ -55,8 +56,9 @@ public:
     /// The depth order, null when not sorted. With chosen indices it holds positions in those
     /// indices, and as many entries as were chosen.
     const unsigned int* getIndexing() const { return fIndexing.get(); }
-    /// The number of positions that were there to sort; 0 when not sorted. On purpose that is not
-    /// the length of an order of chosen indices, which its caller knows.
+    /// The number of positions that were there to sort, also when the sort could not be done; 0
+    /// before a sort and after `removeSortByDepth`. On purpose that is not the length of an order of
+    /// chosen indices, which its caller knows.
     unsigned int getIndexCount() const { return fIndexCount; }
 
     /// The size of a particle, in the units of the positions.

@@ -9,8 +9,7 @@ ParticleDataIterator::~ParticleDataIterator() = default;
 void ParticleDataIterator::reset(const ParticleData& data, const unsigned int* filter,
                                  unsigned int filterCount) {
     fData = &data;
-    fFilter = filter;
-    fFilterCount = filterCount;
+    setFilter(filter, filterCount);
     fPosition = 0;
 
     const GeometryData& positions = *data.fDataArrays[ParticleData::kPositions];
@@ -19,8 +18,8 @@ void ParticleDataIterator::reset(const ParticleData& data, const unsigned int* f
     if (data.fParticleType == ParticleData::kMultiPoint || data.fParticleType == ParticleData::kMultiStreak) {
         fCount = velocities.elementCount();
         fMultiCount = fCount ? positions.elementCount() / fCount : 1;
-    } else {
-        fCount = filter ? filterCount : positions.elementCount();
+    } else if (!filter) {
+        fCount = positions.elementCount();
     }
     fVelocities = velocities.data();
 
@@ -35,13 +34,15 @@ void ParticleDataIterator::reset(const ParticleData& data, const unsigned int* f
 }
 
 void ParticleDataIterator::setFilter(const unsigned int* filter, unsigned int filterCount) {
+    // An order of chosen indices may have fewer entries than getIndexCount() says.
+    const bool ownOrder = filter && filter == fData->getIndexing();
     fFilter = filter;
-    fFilterCount = filterCount;
-    fCount = filter ? filterCount : 0;
+    fFilterCount = ownOrder ? std::min(filterCount, fData->fIndexingLength) : filterCount;
+    fCount = filter ? fFilterCount : 0;
 }
 
 void ParticleDataIterator::useParticleDataFilter() {
-    setFilter(fData->getIndexing(), std::min(fData->fIndexCount, fData->fIndexingLength));
+    setFilter(fData->getIndexing(), fData->getIndexCount());
 }
 
 void* ParticleDataIterator::userData(unsigned int number) const {

@@ -14,7 +14,8 @@
 class QV_EXPORT ParticleDataIterator {
 public:
     /// @param filter      the numbers of the particles to walk, not owned; null: all
-    /// @param filterCount the number of entries in `filter`
+    /// @param filterCount the number of entries in `filter`; of the data's own depth order no more
+    ///                    than it has
     ParticleDataIterator(const ParticleData& data, const unsigned int* filter, unsigned int filterCount) {
         reset(data, filter, filterCount);
     }

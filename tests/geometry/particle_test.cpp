@@ -109,6 +109,10 @@ TEST(ParticleData, SortsByDepth) {
     EXPECT_EQ(particles->getIndexCount(), 4U); // of positions
     it.useParticleDataFilter();
     EXPECT_EQ(walk(it), (Numbers{1, 0})); // in the chosen indices
+    it.setFilter(particles->getIndexing(), particles->getIndexCount());
+    EXPECT_EQ(walk(it), (Numbers{1, 0}));
+    it.reset(*particles, particles->getIndexing(), particles->getIndexCount());
+    EXPECT_EQ(walk(it), (Numbers{1, 0}));
 
     const unsigned int many[] = {0, 1, 2, 3, 0, 1};
     particles->sortByDepth(ProjMatrix(), many, 6);
