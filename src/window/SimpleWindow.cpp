@@ -242,6 +242,9 @@ SimpleWindow::ProcessingResult SimpleWindow::processMessage() {
     ProcessingResult result = kNoMessage;
     if (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) {
         if (message.message == WM_QUIT) {
+            if (Procedure::fsThrown) { // instead of the result; the loop hears of its end the next time
+                PostQuitMessage(static_cast<int>(message.wParam));
+            }
             result = kQuitMessage;
         } else {
             TranslateMessage(&message);

@@ -290,13 +290,15 @@ TEST(SimpleWindow, SurvivesWhatHandlersDo) {
     EXPECT_EQ(handler.log, Log{"key 67"});
     EXPECT_TRUE(bystander.log.empty());
 
-    // An exception waits for the next processMessage and stops nothing.
+    // An exception waits for the next processMessage and stops nothing, nor the end of the loop.
+    drain();
     handler.then = [] { throw std::runtime_error("out of paint"); };
     SendMessageA(handleOf(window), WM_PAINT, 0, 0);
     SendMessageA(handleOf(window), WM_KEYDOWN, 'D', 0);
     EXPECT_EQ(handler.log.back(), "key 68");
+    PostQuitMessage(0);
     EXPECT_THROW(drain(), std::runtime_error);
-    drain();
+    EXPECT_EQ(drain(), ISimpleWindow::kQuitMessage);
 
     // Closing from inside.
     handler.then = [&] { PostMessageA(handleOf(window), WM_CLOSE, 0, 0); };
