@@ -35,5 +35,5 @@ inline void verifyAlways(bool condition, const char* message) {
     }
 }
 
-/// Exactly the characters written into `stream` so far.
+/// Exactly the characters written into `stream` so far: those before its put position.
 QV_EXPORT std::string convertToString(const std::ostringstream& stream);

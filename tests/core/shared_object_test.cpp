@@ -92,6 +92,9 @@ TEST(Exception, CarriesTypeAndMessage) {
     EXPECT_EQ(convertToString(stream), "");
     stream << "abc";
     EXPECT_EQ(convertToString(stream), "abc");
+    stream.seekp(1);
+    EXPECT_EQ(convertToString(stream), "a");
+    EXPECT_EQ(convertToString(std::ostringstream("not written")), "");
 }
 
 TEST(DataType, SpellingsGoBothWays) {
