@@ -21,36 +21,32 @@ FlatGraph::FlatGraph(const ShadingNodeSpec& spec, bool upstream)
     forEachLink([this](unsigned int from, unsigned int to) { fNeighbours[fOffsets[from + 1]++] = to; });
 }
 
-void FlatGraph::walk(unsigned int start, std::vector<unsigned int>& next, std::vector<unsigned int>& path,
-                     std::vector<unsigned int>& order) const {
-    path.push_back(start);
-    next[start] = fOffsets[start];
-    while (!path.empty()) {
-        const unsigned int node = path.back();
+void FlatGraph::walkFrom(unsigned int start, Walk& walk) const {
+    walk.reached[start] = true;
+    walk.path.push_back(start);
+    while (!walk.path.empty()) {
+        const unsigned int node = walk.path.back();
         const unsigned int end = fOffsets[node + 1];
-        unsigned int i = next[node];
-        while (i < end && next[fNeighbours[i]] != kUnreached) {
+        unsigned int i = walk.next[node];
+        while (i < end && walk.reached[fNeighbours[i]]) {
             ++i;
         }
         if (i < end) {
             const unsigned int neighbour = fNeighbours[i];
-            next[node] = i + 1;
-            next[neighbour] = fOffsets[neighbour];
-            path.push_back(neighbour);
+            walk.next[node] = i + 1;
+            walk.reached[neighbour] = true;
+            walk.path.push_back(neighbour);
         } else {
-            next[node] = end;
-            path.pop_back();
-            order.push_back(node);
+            walk.path.pop_back();
+            walk.order.push_back(node);
         }
     }
 }
 
 std::vector<unsigned int> FlatGraph::postOrderFrom(unsigned int start) const {
-    std::vector<unsigned int> next(size(), kUnreached);
-    std::vector<unsigned int> path;
-    std::vector<unsigned int> order;
-    walk(start, next, path, order);
-    return order;
+    Walk walk(*this);
+    walkFrom(start, walk);
+    return std::move(walk.order);
 }
 
 } // namespace qvShadingDag

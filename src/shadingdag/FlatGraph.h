@@ -5,6 +5,7 @@
 
 #include "shadingdag/ShadingNodeSpec.h"
 
+#include <utility>
 #include <vector>
 
 namespace qvShadingDag {
@@ -47,10 +48,20 @@ public:
     std::vector<unsigned int> postOrderFrom(unsigned int start) const;
 
 private:
-    static constexpr unsigned int kUnreached = ~0U;
+    /// How far a walk has come.
+    struct Walk {
+        explicit Walk(const FlatGraph& graph)
+            : reached(graph.size()), next(graph.fOffsets.begin(), graph.fOffsets.begin() + graph.size()) {
+            order.reserve(graph.size());
+        }
 
-    void walk(unsigned int start, std::vector<unsigned int>& next, std::vector<unsigned int>& path,
-              std::vector<unsigned int>& order) const;
+        std::vector<bool> reached;
+        std::vector<unsigned int> next;  // where it goes on at each node
+        std::vector<unsigned int> path;  // from its start to where it is
+        std::vector<unsigned int> order; // the nodes left for good
+    };
+
+    void walkFrom(unsigned int start, Walk& walk) const;
 
     const std::vector<ShadingNode*>& fNodes;
     unsigned int fSize; // when the graph was read: nodes may be added meanwhile
@@ -60,16 +71,13 @@ private:
 
 template <typename Starts>
 std::vector<unsigned int> FlatGraph::postOrder(const Starts& startsWalk) const {
-    std::vector<unsigned int> next(size(), kUnreached); // where the walk goes on at each node
-    std::vector<unsigned int> path;                     // from the start of the walk to where it is
-    std::vector<unsigned int> order;
-    order.reserve(size());
+    Walk walk(*this);
     for (unsigned int start = 0; start < size(); ++start) {
-        if (next[start] == kUnreached && isUsed(start) && startsWalk(start)) {
-            walk(start, next, path, order);
+        if (!walk.reached[start] && isUsed(start) && startsWalk(start)) {
+            walkFrom(start, walk);
         }
     }
-    return order;
+    return std::move(walk.order);
 }
 
 } // namespace qvShadingDag

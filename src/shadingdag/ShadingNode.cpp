@@ -71,7 +71,8 @@ void ShadingNode::setConstant(const TypedConstant& constant) {
 }
 
 void ShadingNode::setOperator(ShadingNodeSpec* spec) {
-    verifyAlways(spec, "There is no function to call");
+    verifyAlways(spec && (spec->nodeType() == kOperationNode || spec->nodeType() == kFunctionNode),
+                 "There is no function to call");
     fNodeType = spec->nodeType();
     fSpec = spec;
     fConstant.reset();

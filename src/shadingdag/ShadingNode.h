@@ -62,7 +62,7 @@ public:
     void setOutput(DataType type, const std::string& name);
     /// Becomes a literal: holds a copy of `constant`, with the frequency "constant".
     void setConstant(const TypedConstant& constant);
-    /// Becomes a call of `spec`, of the kind that `spec` has. Throws for a null pointer.
+    /// Becomes a call of `spec`, of the kind that `spec` has. Throws when that is no function.
     void setOperator(ShadingNodeSpec* spec);
 
     /// The kind of the node.

@@ -52,6 +52,28 @@ TEST(ShadingNode, StandsForWhatItWasSetTo) {
     EXPECT_EQ(liveObjects(), before);
 }
 
+// Only specifications make links; whoever derives from one gets a link without a graph.
+class LooseLink : public ShadingLink {};
+
+TEST(ShadingLink, CopiesWhatItCarries) {
+    const std::vector<int> before = liveObjects();
+    {
+        LooseLink link;
+        EXPECT_EQ(link.compFreqRange(), CompFreqRange(0, 0));
+        link.setSourceAttrName("a");
+        link.setDestAttrName("b");
+        link.setDataType(kFloat3);
+        link.setCompFreqRange(CompFreqRange(2, 3));
+        const LooseLink copy(link);
+        EXPECT_EQ(copy.sourceAttrName() + copy.destAttrName() + dataTypeName(copy.dataType()) +
+                      copy.compFreqRange().toString(),
+                  "abfloat3uniform:vertex");
+        EXPECT_EQ(copy.sourceNode(), nullptr);
+        EXPECT_EQ(ShadingLink::fsNumInstances_ShadingLink, before[3] + 2);
+    }
+    EXPECT_EQ(liveObjects(), before);
+}
+
 TEST_F(NodeSpec, ListsItsParameters) {
     const OwnedSpec spec(makeSpec(kFunctionNode, "f", {{kFloat, "x", {2, 4}}, {kInt, "y", {}}},
                                   {{kFloat, "output", {}}, {kFloat3, "side", {}}}));
@@ -73,6 +95,10 @@ TEST_F(NodeSpec, ListsItsParameters) {
     EXPECT_EQ(spec->input(1).name(), "y");
     EXPECT_EQ(thrownBy([&] { spec->input(2); }), "Function f has no input number 2");
     EXPECT_EQ(thrownBy([&] { spec->input(-1); }), "Function f has no input number -1");
+    spec->addInternalNode(TypedConstant(1, 2));
+    EXPECT_EQ(spec->dataTypeOfConstant("output"), kFloat2);
+    EXPECT_EQ(spec->dataTypeOfConstant("x"), kInvalidDataType);
+    EXPECT_EQ(spec->getOffsetOfInput("y"), 1);
     ShadingAttribute found("untouched", kBool);
     EXPECT_EQ(spec->getOffsetOfInput("side", found), -1);
     EXPECT_EQ(found.name(), "untouched");
@@ -101,6 +127,11 @@ TEST_F(NodeSpec, ResolvesCallsByExactTypes) {
         found.push_back(first->second);
     }
     EXPECT_EQ(found, (std::vector<ShadingNodeSpec*>{scalar, vector, same}));
+    std::string names;
+    for (ShadingNodeSpec::allSpecsInLibrary(first, last); first != last; ++first) {
+        names += first->first + " ";
+    }
+    EXPECT_EQ(names, "mul mul mul mulch nothing ");
     EXPECT_EQ(ShadingNodeSpec::findSpecInLibrary("mul"), scalar);
     EXPECT_EQ(ShadingNodeSpec::findSpecInLibrary("mu"), nullptr);
     EXPECT_TRUE(scalar->isFullySpecified());

@@ -61,6 +61,8 @@ TEST(TypedConstant, TakesOneToFourComponents) {
     EXPECT_EQ(constant.toString(), "{1,2,3}");
     EXPECT_EQ(constant.getFloat(3), 8) << "the word behind the last value stays";
     EXPECT_EQ(constant.getFloat(4), 0);
+    EXPECT_EQ(ints(2, 5, -6, 0, 0).getInt(1), -6);
+    EXPECT_EQ(constant.getInt(4), 0);
     for (int count : {0, 5, -1}) {
         for (bool floats : {true, false}) {
             try {
