@@ -129,8 +129,10 @@ AABoundingBox AABoundingBox::operator+(const IBoundingPlanes& other) const {
 }
 
 AABoundingBox& AABoundingBox::operator+=(const IBoundingPlanes& other) {
-    addPoint(other.min());
-    addPoint(other.max());
+    const PointFlt low = other.min();
+    const PointFlt high = other.max(); // before it changes: `other` may be this box
+    addPoint(low);
+    addPoint(high);
     return *this;
 }
 

@@ -145,6 +145,9 @@ TEST(Bounds, Merge) {
     sum += AABoundingBox();
     expectPoint(sum.min(), -kLargest, -kLargest, -kLargest);
     expectPoint(sum.max(), kLargest, kLargest, kLargest);
+    AABoundingBox nothing;
+    nothing += nothing; // as nothing + nothing
+    expectPoint(nothing.min(), -kLargest, -kLargest, -kLargest);
     BoundingSphere invalid({5, 5, 5}, 0);
     invalid.setInvalid();
     box += invalid;
