@@ -124,7 +124,10 @@ ShadingNodeSpec* ShadingNodeSpec::clone() const {
         attribute.setNodePtr(node && node->fOwner == this ? nodes[node->fSlot] : nullptr);
     };
     copy->fInputs = fInputs;
-    copy->fOutputs = fOutputs;
+    for (const ShadingAttribute& output : fOutputs) {
+        copy->fOutputs.push_back(output);
+        copy->indexLastOutput();
+    }
     copy->fConstants = fConstants;
     copy->fArguments = fArguments;
     std::for_each(copy->fInputs.begin(), copy->fInputs.end(), moveToCopy);
@@ -163,9 +166,23 @@ const ShadingAttribute* ShadingNodeSpec::addInput(DataType type, const std::stri
     return input;
 }
 
+/// A value is looked up by the name of its output: walking them each time would be quadratic where a
+/// function has many.
+void ShadingNodeSpec::indexLastOutput() {
+    constexpr std::size_t kOutputsWorthAnIndex = 16;
+    if (fOutputs.size() < kOutputsWorthAnIndex) {
+        return;
+    }
+    int offset = fOutputIndex.empty() ? 0 : numOutputs() - 1;
+    for (auto output = std::prev(fOutputs.end(), numOutputs() - offset); output != fOutputs.end(); ++output) {
+        fOutputIndex.try_emplace(output->name(), offset++, output->dataType()); // keeps the first
+    }
+}
+
 const ShadingAttribute* ShadingNodeSpec::addOutput(DataType type, const std::string& name,
                                                    const CompFreqRange& range) {
     const ShadingAttribute* output = addParameter(kOutputNode, type, name, range);
+    indexLastOutput();
     if (name != "output") {
         fArguments.emplace_back(kOutputNode, *output);
     }
@@ -219,7 +236,11 @@ int ShadingNodeSpec::getOffsetOfInput(const std::string& name, ShadingAttribute&
 }
 
 int ShadingNodeSpec::getOffsetOfOutput(const std::string& name) const {
-    return offsetOf(fOutputs, name);
+    if (fOutputIndex.empty()) {
+        return offsetOf(fOutputs, name);
+    }
+    const auto found = fOutputIndex.find(name);
+    return found == fOutputIndex.end() ? -1 : found->second.first;
 }
 
 DataType ShadingNodeSpec::dataTypeOfInput(const std::string& name) const {
@@ -227,7 +248,11 @@ DataType ShadingNodeSpec::dataTypeOfInput(const std::string& name) const {
 }
 
 DataType ShadingNodeSpec::dataTypeOfOutput(const std::string& name) const {
-    return dataTypeOf(fOutputs, name);
+    if (fOutputIndex.empty()) {
+        return dataTypeOf(fOutputs, name);
+    }
+    const auto found = fOutputIndex.find(name);
+    return found == fOutputIndex.end() ? kInvalidDataType : found->second.second;
 }
 
 DataType ShadingNodeSpec::dataTypeOfConstant(const std::string& name) const {
@@ -339,19 +364,21 @@ ShadingNode* ShadingNodeSpec::addInternalNode(const std::string& functionName,
 }
 
 void ShadingNodeSpec::connectOutput(const ShadingAttribute& from, const ShadingAttribute& to) {
-    const auto output =
-        std::find_if(fOutputs.begin(), fOutputs.end(), [&](const ShadingAttribute& candidate) {
-            return candidate.name() == to.name() && candidate.nodePtr() &&
-                   (!to.nodePtr() || to.nodePtr() == candidate.nodePtr());
-        });
-    if (output == fOutputs.end()) {
+    ShadingNode* output = to.nodePtr();
+    if (!output) {
+        const auto found =
+            std::find_if(fOutputs.begin(), fOutputs.end(),
+                         [&](const ShadingAttribute& candidate) { return candidate.name() == to.name(); });
+        output = found == fOutputs.end() ? nullptr : found->nodePtr();
+    }
+    if (!output || output->fOwner != this || output->fNodeType != kOutputNode || output->fName != to.name()) {
         throw Exception("Function " + fName + " has no output to connect: " + to.name());
     }
     if (from.nodePtr() && from.nodePtr()->fOwner == this && from.nodePtr()->nodeType() == kOutputNode) {
         return;
     }
     checkReadable(from);
-    makeLink(LinkSource(from), output->nodePtr(), to.name());
+    makeLink(LinkSource(from), output, to.name());
 }
 
 ShadingLink* ShadingNodeSpec::inputLinkOfNode(const ShadingNode* node, const std::string& inputName) const {

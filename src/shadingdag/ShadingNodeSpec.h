@@ -11,6 +11,8 @@
 #include <list>
 #include <map>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -247,6 +249,7 @@ private:
 
     const ShadingAttribute* addParameter(NodeType kind, DataType type, const std::string& name,
                                          const CompFreqRange& range);
+    void indexLastOutput();
     ShadingNode* makeNode();
     ShadingLink* makeLink(const LinkSource& from, ShadingNode* dest, const std::string& destName);
     void destroyLink(ShadingLink* link);
@@ -267,6 +270,8 @@ private:
     std::multimap<std::string, ShadingNodeSpec*>::iterator fLibraryPlace; // while fInLibrary
     std::list<ShadingAttribute> fInputs;
     std::list<ShadingAttribute> fOutputs;
+    // The offset and type of the first output of each name; empty while there are only a few outputs.
+    std::unordered_map<std::string_view, std::pair<int, DataType>> fOutputIndex;
     std::list<ShadingAttribute> fConstants;
     std::list<std::pair<NodeType, ShadingAttribute>> fArguments;
     std::list<ShadingNode*> fInternalNodes;

@@ -394,6 +394,27 @@ TEST_F(ShadingParserTest, TakesChainsOfAnyLength) {
         manyVariables += "float " + name + " = a; " + name + " = " + name + "; ";
     }
     EXPECT_EQ(parse(manyVariables + "return v0; }"), "");
+
+    // As many outputs: of a call and of the function that calls; the first one of a name counts.
+    std::string outputs;
+    std::string call = "w(a";
+    for (int i = 0; i < kCount; ++i) {
+        const std::string name = "v" + std::to_string(i);
+        outputs += ", out float " + name;
+        call += ", " + name;
+    }
+    EXPECT_EQ(parse("void w(float a" + outputs + "); void c(float a" + outputs + ") { " + call +
+                    "); v1 = v49998 + v49999; }"),
+              "");
+    const std::string found = terms("c");
+    EXPECT_EQ(found.substr(0, 36), "v0=w#50001(a).v0; v1=+#50002(w#50001");
+    EXPECT_EQ(found.substr(found.size() - 26), "; v49999=w#50001(a).v49999");
+    EXPECT_EQ(parse("void twice(float a" + outputs + ", out int v40000);"), "");
+    const ShadingNodeSpec* twice = ShadingNodeSpec::findSpecInLibrary("twice");
+    EXPECT_EQ(twice->getOffsetOfOutput("v40000"), 40000);
+    EXPECT_EQ(twice->dataTypeOfOutput("v40000"), kFloat);
+    EXPECT_EQ(twice->getOffsetOfOutput("output"), -1);
+    EXPECT_EQ(twice->dataTypeOfOutput("output"), kInvalidDataType);
 }
 
 TEST_F(ShadingParserTest, SurvivesWhatIsNoSource) {
