@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -198,7 +199,21 @@ TEST(Array, RefusesWhatDoesNotFitOrExist) {
     EXPECT_FALSE(array.removeElement(&value));
     EXPECT_FALSE(array.findElement(nullptr, index));
     EXPECT_TRUE(array.removeElement(array.address(1)));
+    EXPECT_EQ(array.insertElement(nullptr, 0, 0), 0U);
     EXPECT_EQ(array.values(), (Ints{0, 2}));
+
+    struct Page {
+        char bytes[0x10000];
+    };
+    Array<Page> pages(1);
+    const auto page = std::make_unique<Page>(Page{"first"});
+    const auto other = std::make_unique<Page>(Page{"other"});
+    pages.append(*page);
+    EXPECT_EQ(pages.createAndInitialise(pages.address(0), 0xFFFF, 7), 1U);
+    EXPECT_FALSE(pages.findElement(other.get(), index));
+    EXPECT_EQ(index, 1U);
+    EXPECT_TRUE(pages.findElement(page.get(), index));
+    EXPECT_EQ(pages.sizeIncrement(), 1U);
 }
 
 TEST(Array, CopiesFillsAndAdopts) {
