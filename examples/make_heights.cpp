@@ -48,8 +48,8 @@ int main(int argc, char** argv) {
     std::vector<unsigned char> pixels;
     for (int y = 0; y < kHeight; ++y) {
         for (int x = 0; x < kWidth; ++x) {
-            const auto level = static_cast<unsigned char>(
-                heightAt(static_cast<double>(x) / kUnit, static_cast<double>(y) / kUnit) * 255.0 + 0.5);
+            const auto level = static_cast<unsigned char>(std::lround(
+                heightAt(static_cast<double>(x) / kUnit, static_cast<double>(y) / kUnit) * 255.0));
             pixels.insert(pixels.end(), {level, level, level, 255});
         }
     }

@@ -10,6 +10,7 @@
 #include "pixels/PixelArray2D.h"
 #include "pixels/qvColorFormatRGBAFloat.h"
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -37,7 +38,7 @@ std::vector<unsigned char> bytesOf(const PixelArray2D& normals) {
     const auto* floats = static_cast<const float*>(normals.pixels());
     std::vector<unsigned char> bytes(std::size_t{4} * normals.width() * normals.height());
     for (std::size_t i = 0; i < bytes.size(); ++i) {
-        bytes[i] = static_cast<unsigned char>(floats[i] * 255.0F + 0.5F);
+        bytes[i] = static_cast<unsigned char>(std::lround(floats[i] * 255.0F));
     }
     return bytes;
 }

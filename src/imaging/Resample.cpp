@@ -83,11 +83,6 @@ void resample(const T* source, const AxisFilter& columns, const AxisFilter& rows
     }
 }
 
-// Not-a-number becomes the lower end.
-double clamped(double value, double highest) {
-    return std::min(std::max(0.0, value), highest);
-}
-
 // Keeps values just below an edge from falling short of it.
 constexpr double kUnitBias = 1.0e-5;
 
@@ -146,19 +141,18 @@ AxisFilter AxisFilter::tent(unsigned int sourceSize, unsigned int size) {
 
 void resampleUnit(const float* source, const AxisFilter& columns, const AxisFilter& rows,
                   float* destination) {
-    resample(source, columns, rows, destination,
-             [](double value) { return static_cast<float>(clamped(value + kUnitBias, 1.0)); });
+    resample(source, columns, rows, destination, [](double value) {
+        return static_cast<float>(std::min(std::max(0.0, value + kUnitBias), 1.0));
+    });
 }
 
 void resampleUnit(const unsigned char* source, const AxisFilter& columns, const AxisFilter& rows,
                   unsigned char* destination) {
-    resample(source, columns, rows, destination, [](double value) {
-        return static_cast<unsigned char>(clamped(value + 255.0 * kUnitBias, 255.0) + 0.5);
-    });
+    resample(source, columns, rows, destination,
+             [](double value) { return nearestByte(value + 255.0 * kUnitBias); });
 }
 
 void resampleBytes(const unsigned char* source, const AxisFilter& columns, const AxisFilter& rows,
                    unsigned char* destination) {
-    resample(source, columns, rows, destination,
-             [](double value) { return static_cast<unsigned char>(clamped(value, 255.0) + 0.5); });
+    resample(source, columns, rows, destination, [](double value) { return nearestByte(value); });
 }

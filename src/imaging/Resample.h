@@ -1,7 +1,14 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <vector>
+
+/// The byte nearest to a number, 0 or 255 beyond them; 0 for not-a-number.
+inline unsigned char nearestByte(double value) {
+    const double shifted = std::min(std::max(0.0, value), 255.0) + 0.5;
+    return static_cast<unsigned char>(shifted);
+}
 
 /// What every pixel along one axis of a resized image is made of: a run of source pixels and
 /// their weights. Built once per axis; O(source + destination) time and storage.

@@ -56,7 +56,7 @@ bool IPixelArray::allocate(const qvSysPixelFormat& format, unsigned int width, u
                            unsigned int depth) {
     const bool fits = imageBytes(width, height, depth, std::max(format.pixelSize(), 1U)) > 0;
     fPixels = fits ? format.allocate(width, height, depth) : nullptr;
-    fBytes = fPixels ? imageBytes(width, height, depth, format.pixelSize()) : 0;
+    fBytes = fPixels ? static_cast<unsigned int>(imageBytes(width, height, depth, format.pixelSize())) : 0;
     return fPixels != nullptr;
 }
 

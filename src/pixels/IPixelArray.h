@@ -3,8 +3,6 @@
 #include "base/Export.h"
 #include "pixels/qvSysPixelFormat.h"
 
-#include <cstddef>
-
 /// The root of the pixel arrays: a block of pixels in system memory, one of its shapes and the
 /// format that describes, allocates and releases it.
 ///
@@ -54,10 +52,10 @@ protected:
     unsigned int fWidth = 0;
     unsigned int fHeight = 0;
     unsigned int fDepth = 0;
+    /// The size of the storage: the format may be given another type meanwhile.
+    unsigned int fBytes = 0;
     const qvSysPixelFormat* fFormat = nullptr;
     bool fInitialized = false;
-    /// The size of the storage: the format may be given another type meanwhile.
-    std::size_t fBytes = 0;
 
 private:
     void swap(IPixelArray& other);

@@ -34,13 +34,12 @@ void PixelArray2D::copy(const PixelArray2D& other) {
     fInitialized = false;
     if (fFormat != other.fFormat || fWidth != other.fWidth || fHeight != other.fHeight) {
         release();
-        if (other.fPixels && other.fFormat) {
-            fInitialized = allocate(*other.fFormat, other.fWidth, other.fHeight, 1);
+        const void* const source = other.fPixels;
+        if (source && other.fFormat && allocate(*other.fFormat, other.fWidth, other.fHeight, 1)) {
+            fInitialized = true;
+            // On purpose: one 32-bit word, not the image.
+            std::memcpy(fPixels, source, std::min({4U, fBytes, other.fBytes}));
         }
-    }
-    if (fInitialized) {
-        // On purpose: one 32-bit word, not the image.
-        std::memcpy(fPixels, other.fPixels, std::min({std::size_t{4}, fBytes, other.fBytes}));
     }
     fFormat = other.fFormat;
     fWidth = other.fWidth;
@@ -75,7 +74,7 @@ void PixelArray2D::resizeAs(unsigned int newWidth, unsigned int newHeight) {
     if (resized) {
         release();
         fPixels = resized;
-        fBytes = imageBytes(newWidth, newHeight, 1, 4 * sizeof(T));
+        fBytes = static_cast<unsigned int>(imageBytes(newWidth, newHeight, 1, 4 * sizeof(T)));
         fWidth = newWidth;
         fHeight = newHeight;
     }

@@ -2,7 +2,6 @@
 
 #include "pixels/PixelOperations.h"
 
-#include <algorithm>
 #include <cstdlib>
 
 namespace {
@@ -54,10 +53,8 @@ unsigned char* qvColorFormatRGBAFixed8::convertFromFloat(const float* src, unsig
 
 bool qvColorFormatRGBAFixed8::convertToNormalMap(unsigned char* image, unsigned int width,
                                                  unsigned int height, float scale) const {
-    heightsToNormals(image, width, height, scale * (1.0 / 255.0), [](double value) {
-        // A scale that is not finite leaves not-a-number here, which becomes 0.
-        return static_cast<unsigned char>(std::min(std::max(0.0, value), 1.0) * 255.0 + 0.5);
-    });
+    heightsToNormals(image, width, height, scale * (1.0 / 255.0),
+                     [](double value) { return nearestByte(value * 255.0); });
     return false; // on purpose
 }
 

@@ -13,7 +13,7 @@ public:
     qvColorFormatRGBAFixed8();
     qvColorFormatRGBAFixed8(const qvColorFormatRGBAFixed8&) = default;
     qvColorFormatRGBAFixed8& operator=(const qvColorFormatRGBAFixed8&) = default;
-    virtual ~qvColorFormatRGBAFixed8();
+    ~qvColorFormatRGBAFixed8() override;
 
     /// `width` x `height` x `depth` x 4 bytes, not initialised; null when that is none or more
     /// than 2^31 - 1.

@@ -13,7 +13,7 @@ public:
     qvColorFormatRGBAFloat();
     qvColorFormatRGBAFloat(const qvColorFormatRGBAFloat&) = default;
     qvColorFormatRGBAFloat& operator=(const qvColorFormatRGBAFloat&) = default;
-    virtual ~qvColorFormatRGBAFloat();
+    ~qvColorFormatRGBAFloat() override;
 
     /// `width` x `height` x `depth` x 16 bytes, not initialised; null when that is none or more
     /// than 2^31 - 1.

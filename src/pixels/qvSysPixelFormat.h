@@ -15,7 +15,7 @@ public:
     qvSysPixelFormat() = default;
     qvSysPixelFormat(const qvSysPixelFormat&) = default;
     qvSysPixelFormat& operator=(const qvSysPixelFormat&) = default;
-    virtual ~qvSysPixelFormat();
+    ~qvSysPixelFormat() override;
 
     /// In bytes.
     unsigned int pixelSize() const { return fPixelSize; }

@@ -79,10 +79,10 @@ inline Bytes png(std::uint32_t width, std::uint32_t height, unsigned char depth,
     return file;
 }
 
-// A TIFF file of one uncompressed strip, with 1 (grey), 3 (RGB) or 4 (with unassociated alpha)
-// samples of 8 or 16 bits; numbers, samples included, high byte first or last.
+// A TIFF file of one strip (not compressed unless it is said how), with 1 (grey), 3 (RGB) or 4 (with
+// unassociated alpha) samples of 8 or 16 bits; numbers, samples included, high byte first or last.
 inline Bytes tiff(bool bigEndian, std::uint32_t width, std::uint32_t height, unsigned int depth,
-                  unsigned int samples, const Bytes& pixels) {
+                  unsigned int samples, const Bytes& pixels, unsigned int compression = 1) {
     constexpr std::uint32_t kBitsAt = 8, kPixelsAt = 16;
     struct Field {
         unsigned int tag, type, count;
@@ -92,7 +92,7 @@ inline Bytes tiff(bool bigEndian, std::uint32_t width, std::uint32_t height, uns
         {256, 4, 1, width},
         {257, 4, 1, height},
         {258, 3, samples, samples > 1 ? kBitsAt : depth},
-        {259, 3, 1, 1},
+        {259, 3, 1, compression},
         {262, 3, 1, samples > 1 ? 2U : 1U},
         {273, 4, 1, kPixelsAt},
         {277, 3, 1, samples},
@@ -122,16 +122,19 @@ inline Bytes tiff(bool bigEndian, std::uint32_t width, std::uint32_t height, uns
     return file;
 }
 
-// An uncompressed bitmap; `rows` as they lie in the file, filled up to four bytes. A negative
-// height puts the top row first.
-inline Bytes bmp(std::int32_t width, std::int32_t height, unsigned int bits, const Bytes& rows) {
+// A bitmap; `rows` as they lie in the file, filled up to four bytes, behind the palette if there is
+// one. A negative height puts the top row first; compression 1 is runs of bytes.
+inline Bytes bmp(std::int32_t width, std::int32_t height, unsigned int bits, const Bytes& rows,
+                 const Bytes& palette = {}, unsigned int compression = 0) {
     Bytes file = {'B', 'M'};
-    const auto size = static_cast<std::uint32_t>(54 + rows.size());
-    for (const std::uint32_t number :
-         {size, 0U, 54U, 40U, static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height),
-          1U | bits << 16, 0U, static_cast<std::uint32_t>(rows.size()), 2835U, 2835U, 0U, 0U}) {
+    const auto start = static_cast<std::uint32_t>(54 + palette.size());
+    const auto size = static_cast<std::uint32_t>(rows.size());
+    for (const std::uint32_t number : {start + size, 0U, start, 40U, static_cast<std::uint32_t>(width),
+                                       static_cast<std::uint32_t>(height), 1U | bits << 16, compression, size,
+                                       2835U, 2835U, static_cast<std::uint32_t>(palette.size() / 4), 0U}) {
         append(file, number, 4, false);
     }
+    file.insert(file.end(), palette.begin(), palette.end());
     file.insert(file.end(), rows.begin(), rows.end());
     return file;
 }

@@ -177,6 +177,15 @@ TEST(ImageFiles, ConvertsOtherFormsOnReading) {
         {"RGB TIFF", tiff(false, 2, 1, 8, 3, {1, 2, 3, 4, 5, 6}), 2, 1, {1, 2, 3, 255, 4, 5, 6, 255}},
         {"24-bit BMP", bmp(2, 1, 24, {3, 2, 1, 6, 5, 4, 0, 0}), 2, 1, {1, 2, 3, 255, 4, 5, 6, 255}},
         {"BMP, top row first", bmp(1, -2, 24, {3, 2, 1, 0, 6, 5, 4, 0}), 1, 2, {1, 2, 3, 255, 4, 5, 6, 255}},
+        {"TIFF of runs", tiff(true, 4, 1, 8, 1, {0xfe, 7, 0x00, 9}, 32773), 4, 1, grey({7, 7, 7, 9})},
+        {"palette BMP", bmp(3, 1, 8, {1, 0, 1, 0}, {30, 20, 10, 0, 60, 50, 40, 0}), 3, 1, ofPalette},
+        {"BMP of runs", bmp(3, 1, 8, {1, 1, 1, 0, 1, 1, 0, 1}, {30, 20, 10, 0, 60, 50, 40, 0}, 1), 3, 1,
+         ofPalette},
+        {"BMP, old header",
+         text(std::string("BM\x1e\0\0\0\0\0\0\0\x1a\0\0\0\x0c\0\0\0\1\0\1\0\1\0\x18\0\3\2\1\0", 30)),
+         1,
+         1,
+         {1, 2, 3, 255}},
         {"32-bit BMP is opaque", bmp(2, 1, 32, {3, 2, 1, 0, 6, 5, 4, 9}), 2, 1, {1, 2, 3, 255, 4, 5, 6, 255}},
     };
     for (const auto& row : table) {
@@ -213,6 +222,9 @@ TEST(ImageFiles, RefusesWhatIsNoImage) {
         {"BMP of 65535 x 65535", bmp(65535, 65535, 32, pixel)},
         {"BMP of 20000 x 20000", bmp(20000, 20000, 32, pixel)},
         {"BMP of -2^31 rows", bmp(1, -2147483647 - 1, 32, pixel)},
+        {"TIFF of runs, 60000 x 8000", tiff(true, 60000, 8000, 8, 1, pixel, 32773)},
+        {"BMP of runs without data", bmp(3, 1, 8, {}, Bytes(8), 1)},
+        {"BMP of runs, 60000 x 8000", bmp(60000, 8000, 8, {0, 1}, Bytes(8), 1)},
         {"BMP of no bits", bmp(1, 1, 0, pixel)},
     };
     for (const auto& [name, file] : table) {
