@@ -11,8 +11,12 @@ set(CMAKE_COMPILE_WARNING_AS_ERROR ${CMAKE_COMPILE_WARNING_AS_ERROR_SAVED})
 
 # qv_add_test(NAME SOURCES...): a GoogleTest program against the shared library, as one test.
 # It finds its data below QV_TEST_DATA, and runs with the 1 MB stack of a plain Windows program.
+#
+# Test code is compiled for quick builds: full optimisation and variables in the debugger double
+# the time of scripts/test and make no test faster that takes long.
 function(qv_add_test name)
   add_executable(${name} ${ARGN})
+  target_compile_options(${name} PRIVATE -O1 -g1)
   target_link_libraries(${name} PRIVATE qv GTest::gtest_main qv_compile_options)
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
   target_compile_definitions(
