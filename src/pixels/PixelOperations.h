@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
-#include <new>
+#include <exception>
 
 // What the two colour formats have in common, by component type; internal to the library.
 
@@ -34,7 +34,7 @@ T* resizeThrough(const Format& format, const T* src, unsigned int srcWidth, unsi
             resampleUnit(src, columns, rows, dst);
         }
         return dst;
-    } catch (const std::bad_alloc&) {
+    } catch (const std::exception&) { // no memory, or more of it than a vector can name
         if (dst) {
             format.deallocate(dst);
         }
