@@ -27,9 +27,23 @@ struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-// The whole file, when it begins like an image; a folder or a pipe has no bytes here. The size is
-// asked for before anything is allocated.
+enum PathKind : int { kNothing, kOrdinaryFile, kOtherThing };
+
+// What lies at `path`; folders, pipes and devices are other things.
+PathKind kindOfPath(const char* path) {
+    struct stat status = {};
+    if (stat(path, &status) != 0) {
+        return kNothing;
+    }
+    return (status.st_mode & S_IFMT) == S_IFREG ? kOrdinaryFile : kOtherThing;
+}
+
+// The whole file, when it begins like an image. A pipe or a device is not even opened: it might
+// keep the caller waiting. The size is asked for before anything is allocated.
 bool readFile(const char* path, std::vector<unsigned char>& bytes) {
+    if (kindOfPath(path) != kOrdinaryFile) {
+        return false;
+    }
     const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path, "rb"));
     unsigned char start[8];
     if (!file || identifyImage(start, std::fread(start, 1, sizeof start, file.get())) == kNoImage ||
@@ -143,7 +157,7 @@ int TimageFile::create(const Tstring& path, unsigned int width, unsigned int hei
     fHeader = {kindOf(fileKind), width, height};
     if (fHeader.kind == kNoImage || compression != kNoTiffCompression || path.isEmpty() ||
         width > kMaxFileSide || height > kMaxFileSide || imageBytes(width, height, 1, 4) == 0 ||
-        !ImageCodec::available()) {
+        !ImageCodec::available() || kindOfPath(path.asChar()) == kOtherThing) {
         return kFailed;
     }
     fPath = path;

@@ -6,8 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <string>
+#include <sys/stat.h>
 #include <utility>
 #include <vector>
 
@@ -101,12 +103,24 @@ TEST(TimageFile, NamesTheFileOnlyWhenItIsComplete) {
     EXPECT_FALSE(exists(path));
     EXPECT_EQ(file.close(), 0);
     EXPECT_TRUE(exists(path));
-    // A name that is taken by a folder.
     std::string folder = QV_TEST_OUTPUT;
     folder.pop_back();
-    ASSERT_EQ(file.create(folder.c_str(), 2, 2, kNoTiffCompression, "bmp"), 0);
+    EXPECT_NE(file.create(folder.c_str(), 2, 2, kNoTiffCompression, "bmp"), 0);
+    const std::string taken = std::string(QV_TEST_OUTPUT) + "taken.png";
+    std::filesystem::remove_all(taken);
+    ASSERT_EQ(file.create(taken.c_str(), 2, 2, kNoTiffCompression, "png"), 0);
     EXPECT_EQ(file.writePixelMap(map), 0);
-    EXPECT_NE(file.close(), 0);
+    std::filesystem::create_directory(taken);
+    EXPECT_NE(file.close(), 0) << "the name is a folder's by now";
+#if !defined(_WIN32)
+    // A pipe is neither waited for nor replaced.
+    const std::string pipe = std::string(QV_TEST_OUTPUT) + "pipe.png";
+    std::remove(pipe.c_str());
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_NE(file.identifyAndOpen(pipe.c_str(), false, 0), 0);
+    EXPECT_NE(file.create(pipe.c_str(), 2, 2, kNoTiffCompression, "png"), 0);
+    std::remove(pipe.c_str());
+#endif
 
     EXPECT_EQ(file.identifyAndOpen(path.c_str(), false, 0), 0);
     EXPECT_NE(file.identifyAndOpen(path.c_str(), true, 0), 0);
