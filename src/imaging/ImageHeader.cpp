@@ -113,7 +113,7 @@ ImageHeader readBmp(Bytes file) {
     const std::uint32_t pixels = file.u32(10);
     const std::uint32_t headerSize = file.u32(14);
     const bool core = headerSize == 12;
-    if (!core && (headerSize < 40 || headerSize > 124)) {
+    if ((!core && (headerSize < 40 || headerSize > 124)) || pixels < 14 + headerSize) {
         return kRefused;
     }
     const std::uint32_t width = core ? file.u16(18) : file.u32(18);

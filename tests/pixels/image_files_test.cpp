@@ -199,6 +199,8 @@ TEST(ImageFiles, ConvertsOtherFormsOnReading) {
 TEST(ImageFiles, RefusesWhatIsNoImage) {
     using namespace image_builders;
     const Bytes pixel = {1, 2, 3, 4};
+    Bytes headerAsPixels = bmp(1, 1, 32, pixel);
+    headerAsPixels[10] = 0;
     const std::pair<const char*, Bytes> table[] = {
         {"empty", {}},
         {"text", text("a text that somebody named .png")},
@@ -226,6 +228,7 @@ TEST(ImageFiles, RefusesWhatIsNoImage) {
         {"BMP of runs without data", bmp(3, 1, 8, {}, Bytes(8), 1)},
         {"BMP of runs, 60000 x 8000", bmp(60000, 8000, 8, {0, 1}, Bytes(8), 1)},
         {"BMP of no bits", bmp(1, 1, 0, pixel)},
+        {"BMP whose pixels are its header", headerAsPixels},
     };
     for (const auto& [name, file] : table) {
         EXPECT_TRUE(readBytes(file).pixels.empty()) << name;
