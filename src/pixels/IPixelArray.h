@@ -15,6 +15,9 @@
 /// source's format.
 class QV_EXPORT IPixelArray {
 public:
+    /// Gives the storage back to the format.
+    virtual ~IPixelArray();
+
     /// In pixels.
     unsigned int width() const { return fWidth; }
     /// In pixels; 1 for a row.
@@ -36,7 +39,6 @@ protected:
     IPixelArray(const qvSysPixelFormat& format, unsigned int width, unsigned int height, unsigned int depth);
     IPixelArray(const IPixelArray& other);
     IPixelArray& operator=(const IPixelArray& other);
-    virtual ~IPixelArray();
 
     /// Whether the array has its storage.
     bool initialized() const { return fInitialized; }

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 #include <numeric>
 #include <vector>
 
@@ -77,7 +78,10 @@ TEST(PixelArrays, TakeTheirShapeFromTheFormat) {
         EXPECT_NE(copy.pixels(), cube.pixels());
     }
     EXPECT_EQ(format.fLive, 0);
-    EXPECT_EQ(format.fAllocations, 5);
+    const std::unique_ptr<IPixelArray> held = std::make_unique<PixelArray3D>(format, 1, 2, 3);
+    EXPECT_EQ(held->depth(), 3U);
+    EXPECT_EQ(format.fLive, 1);
+    EXPECT_EQ(format.fAllocations, 6);
 }
 
 TEST(PixelArrays, StayEmptyWithoutStorage) {
