@@ -10,8 +10,9 @@
 class QV_EXPORT qvBufferFormat : public IPixelFormat {
 public:
     /// A buffer of those parts; none by default.
-    explicit qvBufferFormat(ColorFormat color = kInvalidColorFormat, DepthFormat depth = kNoDepth,
-                            StencilFormat stencil = kNoStencil, SamplingType sampling = kSingleSample);
+    qvBufferFormat(ColorFormat color = kInvalidColorFormat, // NOLINT(google-explicit-constructor)
+                   DepthFormat depth = kNoDepth, StencilFormat stencil = kNoStencil,
+                   SamplingType sampling = kSingleSample);
     qvBufferFormat(const qvBufferFormat&) = default;
     qvBufferFormat& operator=(const qvBufferFormat&) = default;
     ~qvBufferFormat() override;

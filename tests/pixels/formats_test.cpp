@@ -29,7 +29,10 @@ std::vector<T> taken(const Format& format, T* pixels, std::size_t count) {
 }
 
 TEST(BufferFormat, ComparesAllFourFields) {
-    const qvBufferFormat none;
+    const struct {
+        qvBufferFormat format;
+    } offered = {}; // which an explicit default constructor would not allow
+    const qvBufferFormat& none = offered.format;
     EXPECT_EQ(none, qvBufferFormat(ColorFormat(0), DepthFormat(0), StencilFormat(0), SamplingType(0)));
     const qvBufferFormat base(ColorFormat(3), DepthFormat(1), StencilFormat(2), SamplingType(1));
     EXPECT_TRUE(base.betterOrEqualThan(base));
