@@ -24,8 +24,8 @@ QV_EXPORT unsigned char* readImageFromFile(const char* path, unsigned short& wid
 ///
 /// On purpose: the caller's buffer is left with its components reordered to blue, green, red,
 /// alpha. Errors are not reported: an unknown kind, a side of 0, a folder that cannot be written
-/// to and a `path` that names a folder, a pipe or a device leave the buffer as it was. A file that cannot be written completely leaves nothing
-/// under `path`, or what was there before.
+/// to and a `path` that names a folder, a pipe or a device leave the buffer as it was. A file that
+/// cannot be written completely leaves nothing under `path`, or what was there before.
 QV_EXPORT void writeImageToFile(unsigned char* pixels, unsigned short width, unsigned short height,
                                 const char* path, const char* fileKind);
 
