@@ -120,7 +120,9 @@ bool ImageCodec::decode(const ImageHeader& header, const std::vector<unsigned ch
             out[0] = byteOf16Bits(pixel->blue);
             out[1] = byteOf16Bits(pixel->green);
             out[2] = byteOf16Bits(pixel->red);
-            out[3] = image->matte ? byteOf16Bits(MaxRGB - pixel->opacity) : 255;
+            // The library compares the transparent colour of 8 bits with components of 16.
+            const bool transparent = (out[2] << 16 | out[1] << 8 | out[0]) == header.transparentColor;
+            out[3] = transparent ? 0 : image->matte ? byteOf16Bits(MaxRGB - pixel->opacity) : 255;
         }
     }
     return true;

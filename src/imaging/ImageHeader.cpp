@@ -60,7 +60,11 @@ ImageHeader readPng(const Bytes& file) {
         return kRefused;
     }
     std::uint64_t chunk = 8;
+    std::uint64_t transparency = 0;
     while (!file.matches(chunk + 4, "IEND", 4)) {
+        if (file.matches(chunk + 4, "tRNS", 4) && file.u32(chunk) == 6) {
+            transparency = chunk + 8;
+        }
         chunk += std::uint64_t{12} + file.u32(chunk);
         if (!file.has(chunk, 12)) {
             return kRefused;
@@ -69,7 +73,13 @@ ImageHeader readPng(const Bytes& file) {
     constexpr unsigned int kChannels[8] = {1, 0, 3, 1, 2, 0, 4, 0};
     const unsigned int bits = file.u8(24) * kChannels[file.u8(25) & 7];
     // Deflate makes 258 bytes of two bits at best.
-    return accepted(kPngImage, file.u32(16), file.u32(20), bits, file.count() * 8 * 1032);
+    ImageHeader header = accepted(kPngImage, file.u32(16), file.u32(20), bits, file.count() * 8 * 1032);
+    if (transparency != 0 && file.u8(24) == 8 && file.u8(25) == 2) {
+        // The low bytes of three numbers.
+        header.transparentColor = static_cast<int>(
+            file.u8(transparency + 1) << 16 | file.u8(transparency + 3) << 8 | file.u8(transparency + 5));
+    }
+    return header;
 }
 
 // Joint Photographic Experts Group: segments of (0xFF, marker, length, data), entropy-coded data

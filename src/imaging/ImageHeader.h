@@ -10,6 +10,8 @@ struct ImageHeader {
     ImageKind kind = kNoImage;
     unsigned int width = 0;
     unsigned int height = 0;
+    /// The colour, 0xRRGGBB, that a PNG file of 8-bit RGB names as its transparent one; -1: none.
+    int transparentColor = -1;
 };
 
 /// Whether these first bytes of a file (at least four) begin one of the kinds.

@@ -40,7 +40,7 @@ inline void appendChunk(Bytes& file, const char* name, const Bytes& data) {
 // A PNG file; `samples` are the rows as they lie in the file, without filter bytes, stored without
 // compression. They need not make up for the size that the header claims.
 inline Bytes png(std::uint32_t width, std::uint32_t height, unsigned char depth, unsigned char colorType,
-                 const Bytes& samples, const Bytes& palette = {}) {
+                 const Bytes& samples, const Bytes& palette = {}, const Bytes& transparency = {}) {
     constexpr unsigned int kChannels[] = {1, 0, 3, 1, 2, 0, 4};
     const std::size_t rowBytes = (std::uint64_t{width} * depth * kChannels[colorType] + 7) / 8;
     Bytes rows;
@@ -73,6 +73,9 @@ inline Bytes png(std::uint32_t width, std::uint32_t height, unsigned char depth,
     appendChunk(file, "IHDR", header);
     if (!palette.empty()) {
         appendChunk(file, "PLTE", palette);
+    }
+    if (!transparency.empty()) {
+        appendChunk(file, "tRNS", transparency);
     }
     appendChunk(file, "IDAT", stream);
     appendChunk(file, "IEND", {});
