@@ -59,23 +59,32 @@ bool readFile(const char* path, std::vector<unsigned char>& bytes) {
     return std::fread(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
 }
 
-// A file that did not exist, next to `path`; null when none can be made.
+// A file that did not exist, next to `path`; null when none can be made. Its short name leaves the
+// other one all the length that the file system allows.
 std::FILE* openTemporary(const Tstring& path, Tstring& temporaryPath) {
     static std::atomic<unsigned int> fsNumber{0};
+#if defined(_WIN32)
+    constexpr const char* kSeparators = "/\\:";
+#else
+    constexpr const char* kSeparators = "/";
+#endif
+    std::string folder = path.asChar();
+    folder.resize(folder.find_last_of(kSeparators) + 1); // none: npos + 1 is 0
+
     constexpr int kAttempts = 100; // what an earlier process left behind is passed over
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        char suffix[48];
+        char name[48];
 #if defined(_WIN32)
-        std::snprintf(suffix, sizeof suffix, ".%d-%u.tmp", _getpid(), fsNumber++);
-        temporaryPath = (std::string(path.asChar()) + suffix).c_str();
+        std::snprintf(name, sizeof name, "qv-%d-%u.tmp", _getpid(), fsNumber++);
+        temporaryPath = (folder + name).c_str();
         const int handle =
             _open(temporaryPath.asChar(), _O_CREAT | _O_EXCL | _O_WRONLY | _O_BINARY, _S_IREAD | _S_IWRITE);
         if (handle >= 0) {
             return _fdopen(handle, "wb");
         }
 #else
-        std::snprintf(suffix, sizeof suffix, ".%d-%u.tmp", static_cast<int>(getpid()), fsNumber++);
-        temporaryPath = (std::string(path.asChar()) + suffix).c_str();
+        std::snprintf(name, sizeof name, "qv-%d-%u.tmp", static_cast<int>(getpid()), fsNumber++);
+        temporaryPath = (folder + name).c_str();
         const int handle = open(temporaryPath.asChar(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
         if (handle >= 0) {
             return fdopen(handle, "wb");

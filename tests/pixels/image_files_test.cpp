@@ -117,6 +117,17 @@ TEST(ImageFiles, RoundTrips) {
     }
 }
 
+#if !defined(_WIN32) // where the whole path is limited
+TEST(ImageFiles, WritesToTheLongestNames) {
+    const Picture picture = pattern(2, 2);
+    const std::string path = outputPath(std::string(251, 'n') + ".png");
+    std::remove(path.c_str());
+    write(picture, path, "png");
+    EXPECT_EQ(read(path).pixels, picture.pixels);
+    std::remove(path.c_str());
+}
+#endif
+
 // Files that the two back ends wrote from pattern(5, 4), each read by both.
 TEST(ImageFiles, ReadsWhatTheOtherPlatformWrote) {
     const Picture picture = pattern(5, 4);
