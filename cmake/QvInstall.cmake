@@ -39,8 +39,11 @@ foreach(header ${qv_public_headers})
   install(FILES "src/${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/qv/${folder}")
 endforeach()
 
-# The components of the package; a build without tools has no component "tools".
+# The components of the package; a build without tools or image files has no such component.
 set(QV_COMPONENTS library stdlib)
+if(QV_WITH_IMAGE_FILES)
+  list(APPEND QV_COMPONENTS images)
+endif()
 if(TARGET qvshade)
   list(APPEND QV_COMPONENTS tools)
   file(RELATIVE_PATH libdir_from_bin "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
