@@ -2,6 +2,10 @@
 include_guard()
 
 set(QV_GOOGLETEST_DIR /usr/src/googletest CACHE PATH "GoogleTest's sources (Debian: package googletest)")
+if(NOT EXISTS "${QV_GOOGLETEST_DIR}/CMakeLists.txt")
+  message(FATAL_ERROR "GoogleTest's sources are not in ${QV_GOOGLETEST_DIR} (Debian: package googletest). "
+                      "QV_BUILD_TESTS=OFF builds qv without tests.")
+endif()
 set(BUILD_GMOCK OFF CACHE BOOL "")
 set(INSTALL_GTEST OFF CACHE BOOL "")
 set(CMAKE_COMPILE_WARNING_AS_ERROR_SAVED ${CMAKE_COMPILE_WARNING_AS_ERROR})
