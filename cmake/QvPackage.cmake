@@ -5,6 +5,9 @@ set(CPACK_PACKAGE_NAME qv)
 set(CPACK_PACKAGE_VENDOR "the qv authors")
 set(CPACK_PACKAGE_CONTACT "the qv authors <qv@localhost>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_PACKAGE_DESCRIPTION
+    "The shared library qv with its headers, the CMake package and the pkg-config file, the standard
+shading library, the program qvshade, examples and the reference.")
 set(CPACK_RESOURCE_FILE_LICENSE "${PROJECT_SOURCE_DIR}/LICENSE")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
