@@ -29,6 +29,12 @@ foreach(runtime ${QV_RUNTIMES})
   execute_process(COMMAND \"${CMAKE_STRIP}\" \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/${name}\")
 endif()")
 endforeach()
+if(QV_RUNTIMES)
+  # The runtimes' licences ask for their notices to travel along; Debian keeps them with the packages.
+  foreach(package gcc-mingw-w64-base mingw-w64-i686-dev)
+    install(FILES "/usr/share/doc/${package}/copyright" DESTINATION licenses RENAME "${package}.txt" OPTIONAL)
+  endforeach()
+endif()
 install(
   EXPORT qvTargets
   NAMESPACE qv::
