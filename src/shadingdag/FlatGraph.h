@@ -10,7 +10,7 @@
 
 namespace qvShadingDag {
 
-/// A graph seen in one direction, in flat arrays: nodes are their slots in the specification, the
+/// A graph seen in one direction, in flat arrays: nodes are their slots in the function, the
 /// neighbours of each a run of slots in the order of its links.
 ///
 /// A walk over it takes a fraction of the time of one over nodes, lists and links, each step of

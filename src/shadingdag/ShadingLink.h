@@ -21,7 +21,7 @@ public:
     /// The number of live objects.
     static int fsNumInstances_ShadingLink;
 
-    /// The sequence number within the specification.
+    /// The sequence number within the function.
     unsigned int number() const { return fNumber; }
     /// The node that the link leaves.
     ShadingNode* sourceNode() const { return fSourceNode; }
@@ -76,7 +76,7 @@ private:
     CompFreqRange fCompFreqRange;
     DataType fDataType = kInvalidDataType;
 
-    // Where the link stands on the lists of its source, its destination and its specification.
+    // Where the link stands on the lists of its source, its destination and its function.
     std::list<ShadingLink*>::iterator fSourcePlace;
     std::list<ShadingLink*>::iterator fDestPlace;
     std::list<ShadingLink*>::iterator fPlace;

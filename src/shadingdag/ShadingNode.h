@@ -33,7 +33,7 @@ enum NodeType : int {
 ///         visit(link->sourceNode());
 ///     }
 ///
-/// A node owns the constant that it holds. Links and the called specification are not owned.
+/// A node owns the constant that it holds. Links and the called function are not owned.
 class QV_EXPORT ShadingNode {
 public:
     /// The number of live objects.
@@ -46,10 +46,10 @@ public:
     ShadingNode(const ShadingNode& other);
     /// Copies what the node stands for. A node that stands in a graph keeps its number and links.
     ShadingNode& operator=(const ShadingNode& other);
-    /// Destroys the constant. The links belong to the specification.
+    /// Destroys the constant. The links belong to the function.
     ~ShadingNode();
 
-    /// The sequence number within the specification.
+    /// The sequence number within the function.
     unsigned int number() const { return fNumber; }
     /// The links that end here, in the order in which they were connected.
     const std::list<ShadingLink*>& incomingLinks() const { return fIncomingLinks; }
@@ -71,7 +71,7 @@ public:
     DataType dataType() const { return fDataType; }
     /// The literal value. Throws when the node is no constant.
     const TypedConstant& constant() const;
-    /// The called specification; null when the node is no call.
+    /// The called function; null when the node is no call.
     ShadingNodeSpec* specPtr() const { return fSpec; }
     /// Whether the node calls a primitive or a function.
     bool isCall() const { return fNodeType == kOperationNode || fNodeType == kFunctionNode; }
@@ -112,7 +112,7 @@ private:
     std::list<ShadingLink*> fOutgoingLinks;
     ShadingNodeSpec* fSpec = nullptr;
     std::unique_ptr<TypedConstant> fConstant;
-    ShadingNodeSpec* fOwner = nullptr;        // the specification in whose graph the node stands
+    ShadingNodeSpec* fOwner = nullptr;        // the function in whose graph the node stands
     std::list<ShadingNode*>::iterator fPlace; // in the owner's node list
     DataType fDataType = kInvalidDataType;
     CompFreqRange fOwnRange{kInvalidFreq, kInvalidFreq};

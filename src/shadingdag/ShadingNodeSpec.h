@@ -31,13 +31,13 @@ struct LinkSource;
 ///     twice->connectOutput(ShadingAttribute(sum, "output"), output);
 ///     twice->addToLibrary();
 ///
-/// A specification owns its nodes and links; number, order and names of both are visible to hosts.
-/// The process-wide function library owns the specifications that were added to it until
-/// `clearLibrary`; any other specification (a new one, a clone) belongs to the caller, who deletes
-/// it. Calls refer to the specification that they call without owning it: a specification must not
-/// be used any more once one that it calls is destroyed.
+/// A function owns its nodes and links; number, order and names of both are visible to hosts. The
+/// process-wide function library owns the functions that were added to it until `clearLibrary`; any
+/// other one (a new one, a clone) belongs to the caller, who deletes it. Calls refer to the function
+/// that they call without owning it: a function must not be used any more once one that it calls is
+/// destroyed.
 ///
-/// Nothing is locked: the library and each specification are for one thread at a time.
+/// Nothing is locked: the library and each function are for one thread at a time.
 class QV_EXPORT ShadingNodeSpec {
 public:
     using AttributeIterator = std::list<ShadingAttribute>::const_iterator;
@@ -49,7 +49,7 @@ public:
     /// The number of live objects.
     static int fsNumInstances_ShadingNodeSpec;
 
-    /// An empty specification that belongs to the caller: `kOperationNode` for a primitive without
+    /// An empty function that belongs to the caller: `kOperationNode` for a primitive without
     /// a body, `kFunctionNode` for a function with one. Null when there is no memory for it.
     static ShadingNodeSpec* createNew(NodeType kind);
 
@@ -70,7 +70,7 @@ public:
     /// The name of the function.
     const std::string& name() const { return fName; }
 
-    /// Whether the specification is complete: it has entered the library.
+    /// Whether the function is complete: it has entered the library.
     bool isFullySpecified() const { return fFullySpecified; }
     /// On purpose: always true, also with outputs that nothing is connected to.
     bool isProperlyConnected() const { return true; }
@@ -80,7 +80,7 @@ public:
 
     /// Append a parameter and return it. A defined function gets a node for it, which the parameter
     /// then names. The output called "output" is the value that the function returns: it is not on
-    /// the argument list. The pointers stay valid as long as the specification lives.
+    /// the argument list. The pointers stay valid as long as the function lives.
     const ShadingAttribute* addInput(DataType type, const std::string& name, const CompFreqRange& range);
     /// The same for an output.
     const ShadingAttribute* addOutput(DataType type, const std::string& name, const CompFreqRange& range);
@@ -227,7 +227,7 @@ public:
     /// @name The function library
     /// @{
 
-    /// Hands the specification over to the library, under its name. Once is enough.
+    /// Hands the function over to the library, under its name. Once is enough.
     void addToLibrary();
     /// The first function added under that name; null when there is none. Takes logarithmic time.
     static ShadingNodeSpec* findSpecInLibrary(const std::string& name);

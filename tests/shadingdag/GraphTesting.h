@@ -91,7 +91,7 @@ inline std::string linksText(const ShadingNodeSpec& spec) {
     return text;
 }
 
-/// Everything that a host can see of a specification.
+/// Everything that a host can see of a function.
 inline std::string specText(const ShadingNodeSpec& spec) {
     std::string text = spec.name() + " " + std::to_string(spec.nodeType()) + "\n";
     const auto attribute = [&](const char* kind, const ShadingAttribute& shown) {

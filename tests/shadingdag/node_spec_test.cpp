@@ -52,7 +52,7 @@ TEST(ShadingNode, StandsForWhatItWasSetTo) {
     EXPECT_EQ(liveObjects(), before);
 }
 
-// Only specifications make links; whoever derives from one gets a link without a graph.
+// Only functions make links; whoever derives from one gets a link without a graph.
 class LooseLink : public ShadingLink {};
 
 TEST(ShadingLink, CopiesWhatItCarries) {
