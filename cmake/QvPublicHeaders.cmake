@@ -22,6 +22,7 @@ qv_add_public_headers(
 qv_add_public_headers(
   shadingdag
   FileLocation.h
+  SourceIndex.h
   Token.h
   Tokenizer.h
   ShadingParser.h

@@ -56,6 +56,12 @@ bool MemMappedFile::open(const std::string& fileName) {
     return read;
 }
 
+void MemMappedFile::truncate(unsigned int size) {
+    if (size < fBytes.size()) {
+        fBytes.resize(size);
+    }
+}
+
 void MemMappedFile::throwBeyondEnd() {
     throw Exception(kInputError);
 }

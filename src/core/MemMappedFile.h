@@ -17,6 +17,9 @@ public:
     /// folder, say), or when more than 2^31 - 1 bytes would be held.
     bool open(const std::string& fileName);
 
+    /// Forgets the bytes from `size` on.
+    void truncate(unsigned int size);
+
     /// The byte at `index`; throws an `Exception` of type `kInputError` at `size()` and beyond.
     char operator[](unsigned long index) const {
         if (index >= fBytes.size()) [[unlikely]] {

@@ -6,7 +6,7 @@
 
 namespace qvShadingDag {
 
-/// A place in a source file.
+/// A place in a source file; line 0, column 0 where a place is not known.
 struct QV_EXPORT FileLocation {
     FileLocation() = default;
     /// That line and column.
@@ -16,7 +16,7 @@ struct QV_EXPORT FileLocation {
     std::string toString() const;
 
     unsigned int line = 1;   ///< counted from 1
-    unsigned int column = 1; ///< counted from 1, in bytes; a tab counts as one
+    unsigned int column = 1; ///< counted from 1; a tab counts as one
 };
 
 } // namespace qvShadingDag

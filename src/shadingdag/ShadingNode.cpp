@@ -1,9 +1,16 @@
 #include "shadingdag/ShadingNode.h"
 
 #include "core/Exception.h"
+#include "shadingdag/NodeOrigin.h"
 #include "shadingdag/ShadingNodeSpec.h"
 
 namespace qvShadingDag {
+
+namespace {
+
+const std::string kUnknown;
+
+} // namespace
 
 int ShadingNode::fsNumInstances_ShadingNode = 0;
 
@@ -42,6 +49,12 @@ void ShadingNode::copyMeaning(const ShadingNode& other) {
     fLightSpecific = other.fLightSpecific;
     fName = other.fName;
     fOutputRanges = other.fOutputRanges;
+    copyOrigin(other);
+}
+
+void ShadingNode::copyOrigin(const ShadingNode& other) {
+    fSourceLocation = other.fSourceLocation;
+    fOrigin = other.fOrigin;
 }
 
 void ShadingNode::becomeInterface(NodeType kind, DataType type, const std::string& name) {
@@ -125,6 +138,25 @@ CompFreqRange ShadingNode::compFreqRangeOfOutput(const std::string& name) const 
         throw Exception("Comp freq range not found for attribute " + name);
     }
     return found->second;
+}
+
+const std::string& ShadingNode::sourceFile() const {
+    return fOrigin ? fOrigin->body->file : kUnknown;
+}
+
+const std::string& ShadingNode::originFunction() const {
+    return fOrigin ? fOrigin->body->function : kUnknown;
+}
+
+const std::string& ShadingNode::variableName() const {
+    return fOrigin ? fOrigin->variable : kUnknown;
+}
+
+void ShadingNode::setSource(const std::string& file, const FileLocation& location,
+                            const std::string& function, const std::string& variable) {
+    const auto body = std::make_shared<const BodyOrigin>(BodyOrigin{file, function});
+    fOrigin = std::make_shared<const NodeOrigin>(NodeOrigin{body, variable});
+    fSourceLocation = location;
 }
 
 } // namespace qvShadingDag

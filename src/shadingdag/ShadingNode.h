@@ -3,6 +3,7 @@
 #include "base/Export.h"
 #include "core/DataType.h"
 #include "shadingdag/CompFreqRange.h"
+#include "shadingdag/FileLocation.h"
 #include "shadingdag/TypedConstant.h"
 
 #include <list>
@@ -14,6 +15,7 @@ namespace qvShadingDag {
 
 class ShadingLink;
 class ShadingNodeSpec;
+struct NodeOrigin;
 
 /// What a node of a shading graph stands for; a `ShadingNodeSpec` has one of the last two kinds.
 enum NodeType : int {
@@ -97,12 +99,35 @@ public:
     /// The range set before, [0, 0] at first. For a call, throws when none was set for `name`.
     CompFreqRange compFreqRangeOfOutput(const std::string& name) const;
 
+    /// @name Where the node was written
+    /// The parser knows it, and it goes along when the node is cloned, copied into another function
+    /// by an expansion, or replaced. Of a node that a host made it is unknown until `setSource`.
+    /// @{
+
+    /// The file, under the name by which it was read; empty when unknown.
+    const std::string& sourceFile() const;
+    /// The place of the first character, as an editor counts lines and columns; 0, 0 when unknown.
+    /// It is that of the parameter's name (of the return type, for the returned value), of the
+    /// literal, of the called function's name, of the operator or of the swizzle pattern.
+    const FileLocation& sourceLocation() const { return fSourceLocation; }
+    /// The function in whose body it was written; after an expansion not the one where it stands.
+    const std::string& originFunction() const;
+    /// The variable that was bound to the node's value first, a parameter included; empty when there
+    /// is none, as for a value that is returned at once.
+    const std::string& variableName() const;
+    /// Sets all four.
+    void setSource(const std::string& file, const FileLocation& location, const std::string& function,
+                   const std::string& variable);
+    /// @}
+
 private:
     friend class BodyCopier;
     friend class FlatGraph;
     friend class ShadingNodeSpec;
+    friend class ShadingParser;
 
     void copyMeaning(const ShadingNode& other);
+    void copyOrigin(const ShadingNode& other);
     void becomeInterface(NodeType kind, DataType type, const std::string& name);
 
     unsigned int fNumber = 0;
@@ -116,6 +141,8 @@ private:
     std::list<ShadingNode*>::iterator fPlace; // in the owner's node list
     DataType fDataType = kInvalidDataType;
     CompFreqRange fOwnRange{kInvalidFreq, kInvalidFreq};
+    FileLocation fSourceLocation{0, 0};
+    std::shared_ptr<const NodeOrigin> fOrigin; // null: unknown
     bool fLightSpecific = false;
     std::string fName;
     std::map<std::string, CompFreqRange> fOutputRanges; // of calls

@@ -102,6 +102,7 @@ ShadingNodeSpec::~ShadingNodeSpec() {
 ShadingNodeSpec* ShadingNodeSpec::clone() const {
     std::unique_ptr<ShadingNodeSpec> copy(new ShadingNodeSpec(fNodeType));
     copy->fName = fName;
+    copy->setSource(fSourceFile, fSourceLocation);
     copy->fFullySpecified = fFullySpecified;
 
     std::vector<ShadingNode*> nodes(fNodeSlots.size()); // the copies, by the slots of the originals
@@ -140,6 +141,11 @@ ShadingNodeSpec* ShadingNodeSpec::clone() const {
         copy->evaluateWhereConnected(*node);
     }
     return copy.release();
+}
+
+void ShadingNodeSpec::setSource(const std::string& file, const FileLocation& location) {
+    fSourceFile = file;
+    fSourceLocation = location;
 }
 
 // The interface

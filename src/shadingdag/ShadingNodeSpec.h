@@ -3,6 +3,7 @@
 #include "base/Export.h"
 #include "core/DataType.h"
 #include "shadingdag/CompFreqRange.h"
+#include "shadingdag/FileLocation.h"
 #include "shadingdag/ShadingAttribute.h"
 #include "shadingdag/ShadingLink.h"
 #include "shadingdag/ShadingNode.h"
@@ -69,6 +70,14 @@ public:
     void setName(const std::string& name) { fName = name; }
     /// The name of the function.
     const std::string& name() const { return fName; }
+
+    /// The file that the header stands in, under the name by which it was read; empty when unknown.
+    const std::string& sourceFile() const { return fSourceFile; }
+    /// The place of the header's first character, as an editor counts lines and columns; 0, 0 when
+    /// unknown.
+    const FileLocation& sourceLocation() const { return fSourceLocation; }
+    /// Sets both.
+    void setSource(const std::string& file, const FileLocation& location);
 
     /// Whether the function is complete: it has entered the library.
     bool isFullySpecified() const { return fFullySpecified; }
@@ -264,6 +273,8 @@ private:
     static std::multimap<std::string, ShadingNodeSpec*> fLibrary;
 
     std::string fName;
+    std::string fSourceFile;
+    FileLocation fSourceLocation{0, 0};
     NodeType fNodeType;
     bool fFullySpecified = false;
     bool fInLibrary = false;

@@ -176,6 +176,7 @@ void BodyCopier::copyCall(const ShadingNode& node, Value& value) {
     value.copy = fTarget.makeNode();
     value.copy->setOperator(node.specPtr());
     value.copy->fLightSpecific = node.fLightSpecific;
+    value.copy->copyOrigin(node);
     for (const ShadingLink* link : node.incomingLinks()) {
         fTarget.makeLink(valueBehind(*link), value.copy, link->destAttrName());
     }
@@ -204,6 +205,7 @@ void BodyCopier::expand(ShadingNode* call) {
         } else if (node.nodeType() == kConstantNode) {
             value.copy = fTarget.addInternalNode(node.constant());
             value.copy->fLightSpecific = node.fLightSpecific;
+            value.copy->copyOrigin(node);
             value.source.emplace(fTarget.fConstants.back());
         }
     }
@@ -383,6 +385,7 @@ ShadingNode* ShadingNodeSpec::replaceOperationNode(ShadingNode* node, ShadingNod
     // 2. The new call.
     ShadingNode* call = makeNode();
     call->setOperator(replacement);
+    call->copyOrigin(*node);
 
     // 3. Its links.
     const auto outputs = matchingOutputs(old, *replacement);
@@ -402,6 +405,9 @@ ShadingNode* ShadingNodeSpec::replaceOperationNode(ShadingNode* node, ShadingNod
             ShadingNode* input =
                 addInput(parameter.dataType(), parameter.name(), parameter.compFreqRange())->nodePtr();
             input->setLightSpecific(true);
+            if (parameter.nodePtr()) {
+                input->copyOrigin(*parameter.nodePtr());
+            }
             makeLink(LinkSource(ShadingAttribute(input, "output")), call, parameter.name());
         }
     }

@@ -1,6 +1,7 @@
 #include "shadingdag/ShadingParser.h"
 
 #include "core/Exception.h"
+#include "shadingdag/NodeOrigin.h"
 #include "shadingdag/ShadingNode.h"
 #include "shadingdag/ShadingNodeSpec.h"
 #include "shadingdag/TypedConstant.h"
@@ -15,6 +16,7 @@ struct ShadingParser::Assignment {
     std::string variable;
     ShadingAttribute present; ///< its value when the left side was read
     const char* function;     ///< of a compound assignment; empty for a plain one
+    unsigned int offset;      ///< of the operator
 };
 
 namespace {
@@ -101,6 +103,8 @@ void ShadingParser::reportError(const std::string& message) {
 
 void ShadingParser::forgetFunction() {
     fSpec = nullptr;
+    fBody.reset();
+    fOrigin.reset();
     fNesting = 0;
     // Not clear(), which walks the table that the largest function so far has left.
     fVariables = std::unordered_map<std::string, Variable>();
@@ -150,10 +154,40 @@ void ShadingParser::consumeTokens(unsigned int count) {
     }
 }
 
+// Where nodes were written
+
+/// For the function whose name is known now and whose header starts at `offset`.
+void ShadingParser::beginBody(unsigned int offset) {
+    const std::string& file = fileName(offset);
+    fSpec->setSource(file, location(offset));
+    fBody = std::make_shared<const BodyOrigin>(BodyOrigin{file, fSpec->name()});
+    fOrigin = std::make_shared<const NodeOrigin>(NodeOrigin{fBody, {}});
+}
+
+void ShadingParser::markNode(ShadingNode* node, unsigned int offset) {
+    if (node) { // a declaration has no nodes
+        node->fOrigin = fOrigin;
+        node->fSourceLocation = location(offset);
+    }
+}
+
+/// The first variable that is bound to a node's value stays with the node. The returned value is no
+/// variable.
+void ShadingParser::markVariable(const std::string& name, Variable& variable, const ShadingAttribute& value) {
+    ShadingNode* node = value.nodePtr();
+    if (node && node->fOrigin == fOrigin && name != "output") {
+        if (!variable.origin) {
+            variable.origin = std::make_shared<const NodeOrigin>(NodeOrigin{fBody, name});
+        }
+        node->fOrigin = variable.origin;
+    }
+}
+
 // Variables
 
 void ShadingParser::addVariable(const std::string& name, const ShadingAttribute& value) {
-    const auto [place, isNew] = fVariables.try_emplace(name, Variable{value, {}});
+    const auto [place, isNew] = fVariables.try_emplace(name, Variable{value, {}, {}});
+    markVariable(name, place->second, value);
     if (isNew || place->second.first.dataType() == value.dataType()) {
         return;
     }
@@ -182,11 +216,13 @@ bool ShadingParser::assignVariable(const std::string& name, const ShadingAttribu
     }
     if (place->second.first.dataType() == value.dataType()) {
         place->second.first = value;
+        markVariable(name, place->second, value);
         return true;
     }
     for (ShadingAttribute& other : place->second.ofOtherTypes) {
         if (other.dataType() == value.dataType()) {
             other = value;
+            markVariable(name, place->second, value);
             return true;
         }
     }
@@ -253,13 +289,16 @@ void ShadingParser::parseFuncDef() {
 /// the token behind it.
 unsigned int ShadingParser::parseFuncHeader() {
     unsigned int index = 0;
+    const unsigned int start = token_ahead(0).offset();
     const CompFreqRange range = readOptionalCompFreqRange(index);
+    const unsigned int typeStart = token_ahead(index).offset();
     const DataType returnType = token_ahead(index).dataType();
     verifyAlways(returnType != kInvalidDataType, "Token is not a valid return type");
     ++index;
     fSpec->setName(parseFuncName(index));
+    beginBody(start);
     if (returnType != kVoid) {
-        fSpec->addOutput(returnType, "output", range);
+        markNode(fSpec->addOutput(returnType, "output", range)->nodePtr(), typeStart);
     }
     verifyAlways(typeAhead(index) == kOpenParen, "Expected '('");
     ++index;
@@ -316,12 +355,10 @@ void ShadingParser::parseArgument(unsigned int& index) {
     verifyAlways(type != kInvalidDataType && type != kVoid, "Not a valid data type");
     ++index;
     verifyAlways(typeAhead(index) == kIdentifier, "Expected argument name");
-    const std::string& name = token_ahead(index++).stringValue();
-    if (isOutput) {
-        fSpec->addOutput(type, name, range);
-    } else {
-        fSpec->addInput(type, name, range);
-    }
+    const Token& name = token_ahead(index++);
+    const ShadingAttribute* parameter = isOutput ? fSpec->addOutput(type, name.stringValue(), range)
+                                                 : fSpec->addInput(type, name.stringValue(), range);
+    markNode(parameter->nodePtr(), name.offset());
     if (typeAhead(index) == kComma) { // On purpose: the comma may be missing.
         ++index;
     }
@@ -468,13 +505,13 @@ bool ShadingParser::readAssignment(Assignment& assignment) {
         return false;
     }
     assignment.variable = consume_front_token().stringValue();
-    consume_front_token();
+    assignment.offset = consume_front_token().offset();
     return true;
 }
 
 ShadingAttribute ShadingParser::assign(const Assignment& assignment, ShadingAttribute right) {
     if (*assignment.function != '\0') {
-        right = callValue(assignment.function, {assignment.present, right});
+        right = callValue(assignment.function, {assignment.present, right}, assignment.offset);
     }
     if (!right.valid()) {
         throw Exception("Expression returning '" + dataTypeName(right.dataType()) +
@@ -542,11 +579,11 @@ ShadingAttribute ShadingParser::parseLeftAssociative(const Operator (&operators)
                                                      ShadingAttribute (ShadingParser::*parseOperand)()) {
     ShadingAttribute value = (this->*parseOperand)();
     while (const char* function = functionOf(typeAhead(), operators)) {
-        consume_front_token();
+        const unsigned int offset = consume_front_token().offset();
         std::list<ShadingAttribute> arguments;
         arguments.push_back(std::move(value));
         arguments.push_back((this->*parseOperand)());
-        value = callValue(function, arguments);
+        value = callValue(function, arguments, offset);
     }
     return value;
 }
@@ -562,15 +599,15 @@ ShadingAttribute ShadingParser::parseUnaryExpression() {
         {kPlusPlus, "operator++"}, // On purpose: changes no variable, nor does "--".
         {kMinusMinus, "operator--"}, {kPlus, ""}, {kMinus, "operator-"}, {kNot, "operator!"},
     };
-    std::vector<const char*> prefixes;
+    std::vector<std::pair<const char*, unsigned int>> prefixes; // with their places
     while (const char* function = functionOf(typeAhead(), kPrefixes)) {
-        consume_front_token();
-        prefixes.push_back(function);
+        prefixes.emplace_back(function, consume_front_token().offset());
     }
     ShadingAttribute value = parsePostfixExpression();
     for (; !prefixes.empty(); prefixes.pop_back()) {
-        if (*prefixes.back() != '\0') {
-            value = callValue(prefixes.back(), {value});
+        const auto [function, offset] = prefixes.back();
+        if (*function != '\0') {
+            value = callValue(function, {value}, offset);
         }
     }
     return value;
@@ -585,7 +622,7 @@ ShadingAttribute ShadingParser::parsePostfixExpression() {
 ShadingAttribute ShadingParser::parseSwizzlePostfixOperator(const ShadingAttribute& operand) {
     constexpr const char* kExpected = "Expected valid swizzle pattern after '@' swizzle-operator (eg: @xyzw)";
     verifyAlways(typeAhead() == kAt, "Expected '@' swizzle-operator");
-    consume_front_token();
+    const unsigned int offset = consume_front_token().offset();
     const std::string& pattern = token_ahead(0).stringValue();
     verifyAlways(typeAhead() == kIdentifier && pattern.size() <= 4, kExpected);
     int indices[4] = {-1, -1, -1, -1};
@@ -595,8 +632,8 @@ ShadingAttribute ShadingParser::parseSwizzlePostfixOperator(const ShadingAttribu
     }
     TypedConstant constant;
     constant.assignInts(static_cast<int>(pattern.size()), indices[0], indices[1], indices[2], indices[3]);
-    consume_front_token();
-    return callValue("operator@", {operand, constantValue(constant)});
+    const ShadingAttribute picked = constantValue(constant, consume_front_token().offset());
+    return callValue("operator@", {operand, picked}, offset);
 }
 
 ShadingAttribute ShadingParser::parsePrimaryExpression() {
@@ -627,10 +664,11 @@ ShadingAttribute ShadingParser::parsePrimaryExpression() {
 }
 
 ShadingAttribute ShadingParser::parseNumericLiteralArray() {
+    const unsigned int offset = token_ahead(0).offset();
     if (typeAhead() == kOpenBrace) {
-        return constantValue(parseBracedNumbers());
+        return constantValue(parseBracedNumbers(), offset);
     }
-    return constantValue(TypedConstant(consume_front_token().floatValue()));
+    return constantValue(TypedConstant(consume_front_token().floatValue()), offset);
 }
 
 /// "{" number {"," number} "}"; only here, a literal may have a sign.
@@ -666,6 +704,7 @@ TypedConstant ShadingParser::parseBracedNumbers() {
 ShadingAttribute ShadingParser::parseFuncCallExpression(bool valueWanted) {
     const Nesting nesting(fNesting);
     verifyAlways(typeAhead() == kIdentifier, "Expected function name");
+    const unsigned int offset = token_ahead(0).offset();
     const std::string function = consume_front_token().stringValue();
     if (typeAhead() != kOpenParen) {
         throw Exception("Expected '(' after function named " + function);
@@ -689,6 +728,7 @@ ShadingAttribute ShadingParser::parseFuncCallExpression(bool valueWanted) {
     if (node == nullptr) {
         throw Exception("Invalid function call: " + function);
     }
+    markNode(node, offset);
     assignOutputArguments(node, variables);
     return valueWanted ? ShadingAttribute(node, "output") : ShadingAttribute();
 }
@@ -710,13 +750,17 @@ void ShadingParser::assignOutputArguments(ShadingNode* call, const std::vector<s
     }
 }
 
-ShadingAttribute ShadingParser::constantValue(const TypedConstant& constant) {
-    return ShadingAttribute(fSpec->addInternalNode(constant), "output");
+ShadingAttribute ShadingParser::constantValue(const TypedConstant& constant, unsigned int offset) {
+    ShadingNode* node = fSpec->addInternalNode(constant);
+    markNode(node, offset);
+    return ShadingAttribute(node, "output");
 }
 
 ShadingAttribute ShadingParser::callValue(const std::string& function,
-                                          const std::list<ShadingAttribute>& arguments) {
-    return ShadingAttribute(fSpec->addInternalNode(function, arguments), "output");
+                                          const std::list<ShadingAttribute>& arguments, unsigned int offset) {
+    ShadingNode* node = fSpec->addInternalNode(function, arguments);
+    markNode(node, offset);
+    return ShadingAttribute(node, "output");
 }
 
 } // namespace qvShadingDag

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <deque>
 #include <list>
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -17,6 +18,8 @@ namespace qvShadingDag {
 class ShadingNode;
 class ShadingNodeSpec;
 class TypedConstant;
+struct BodyOrigin;
+struct NodeOrigin;
 
 /// Reads a source file of shading functions into the function library.
 ///
@@ -49,6 +52,12 @@ private:
     const Token& token_ahead(unsigned int n);
     TokenType typeAhead(unsigned int n = 0) { return token_ahead(n).type(); }
     void consumeTokens(unsigned int count);
+
+    // Where nodes were written.
+    struct Variable;
+    void beginBody(unsigned int offset);
+    void markNode(ShadingNode* node, unsigned int offset);
+    void markVariable(const std::string& name, Variable& variable, const ShadingAttribute& value);
 
     // Variables.
     void addVariable(const std::string& name, const ShadingAttribute& value);
@@ -103,14 +112,16 @@ private:
     ShadingAttribute assign(const Assignment& assignment, ShadingAttribute right);
     void assignOutputArguments(ShadingNode* call, const std::vector<std::string>& variables);
     TypedConstant parseBracedNumbers();
-    ShadingAttribute constantValue(const TypedConstant& constant);
-    ShadingAttribute callValue(const std::string& function, const std::list<ShadingAttribute>& arguments);
+    ShadingAttribute constantValue(const TypedConstant& constant, unsigned int offset);
+    ShadingAttribute callValue(const std::string& function, const std::list<ShadingAttribute>& arguments,
+                               unsigned int offset);
 
     /// What a name of a function stands for: the first entry of the name, and those first ones of
     /// further types that declarations of the same name added. Later ones are never found.
     struct Variable {
         ShadingAttribute first;
         std::vector<ShadingAttribute> ofOtherTypes;
+        std::shared_ptr<const NodeOrigin> origin; ///< of the nodes whose first variable it is
     };
 
     bool fEndOfInput = false;
@@ -118,7 +129,9 @@ private:
     std::deque<Token> fTokens; ///< the front is the next token that is not consumed yet
     ShadingNodeSpec* fSpec = nullptr;
     std::unordered_map<std::string, Variable> fVariables;
-    unsigned int fNesting = 0; ///< open compound statements, parentheses and argument lists
+    std::shared_ptr<const BodyOrigin> fBody;   ///< the function that is being read
+    std::shared_ptr<const NodeOrigin> fOrigin; ///< of its nodes that no variable is bound to
+    unsigned int fNesting = 0;                 ///< open compound statements, parentheses and argument lists
 };
 
 } // namespace qvShadingDag

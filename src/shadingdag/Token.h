@@ -89,10 +89,16 @@ public:
     /// Whether the literal read last is not a whole number.
     bool hasFraction() const { return fHasFraction; }
 
-    /// Where the first character stands.
+    /// Where the first character stands, as error texts count: columns in bytes, and comments as
+    /// described at `Tokenizer`. `Tokenizer::location` tells the place that an editor shows.
     const FileLocation& fileLocation() const { return fFileLocation; }
 
-    /// Back to a new token, but for the location and the fraction flag, which stay.
+    /// Where the first byte stands, counted from 0 over all that the tokenizer has read.
+    unsigned int offset() const { return fOffset; }
+    /// The number of bytes that were used up for the token; 0 at the end of the input.
+    unsigned int length() const { return fLength; }
+
+    /// Back to a new token, but for the location, the bytes and the fraction flag, which stay.
     void reset();
 
 private:
@@ -104,6 +110,8 @@ private:
     TokenType fType = kInvalidToken;
     std::string fText;
     FileLocation fFileLocation;
+    unsigned int fOffset = 0;
+    unsigned int fLength = 0;
     unsigned int fIntValue = 1; // On purpose: 1, not 0.
     float fFloatValue = 0;
     DataType fDataType = kInvalidDataType;

@@ -2,6 +2,7 @@
 
 #include "core/Exception.h"
 
+#include <new>
 #include <string_view>
 
 namespace qvShadingDag {
@@ -30,13 +31,25 @@ TokenType typeOfWord(const std::string& word) {
 } // namespace
 
 bool Tokenizer::openFile(const std::string& fileName) {
-    return fSource.open(fileName);
+    const unsigned int first = fSource.size();
+    if (!fSource.open(fileName)) {
+        return false;
+    }
+    try {
+        fIndex.addFile(fileName, fSource.data(), first, fSource.size());
+    } catch (const std::bad_alloc&) {
+        fSource.truncate(first);
+        return false;
+    }
+    return true;
 }
 
 // Every read goes through charAt(), which throws at the end of the source: a token that touches
 // the end is given up wherever that happens, and the end is reported in its place.
 Token* Tokenizer::nextToken(Token* token) {
     token->reset();
+    token->fOffset = fPosition;
+    token->fLength = 0;
     if (fPosition >= fSource.size()) {
         token->setType(kEndOfInput);
         return token;
@@ -44,6 +57,7 @@ Token* Tokenizer::nextToken(Token* token) {
     try {
         skipWhitespace();
         token->fFileLocation = FileLocation(fLine, fColumn);
+        token->fOffset = fPosition;
         const char c = charAt(fPosition);
         switch (c) {
         case '(':
@@ -124,6 +138,7 @@ Token* Tokenizer::nextToken(Token* token) {
             token->fText.assign(1, c);
             ++fPosition; // On purpose: the column stays.
         }
+        token->fLength = fPosition - token->fOffset;
     } catch (const Exception&) {
         token->setType(kEndOfInput);
     }

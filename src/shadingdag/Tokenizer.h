@@ -3,6 +3,7 @@
 #include "base/Export.h"
 #include "core/MemMappedFile.h"
 #include "shadingdag/FileLocation.h"
+#include "shadingdag/SourceIndex.h"
 #include "shadingdag/Token.h"
 
 #include <string>
@@ -29,6 +30,12 @@ public:
     /// Fills `*token` with the next token and returns `token`.
     Token* nextToken(Token* token);
 
+    /// The file that holds the byte of that number (see `Token::offset`), as `openFile` was told to
+    /// open it; empty when none does.
+    const std::string& fileName(unsigned int offset) const { return fIndex.fileName(offset); }
+    /// The place of that byte in its file, as an editor counts (see `SourceIndex`).
+    FileLocation location(unsigned int offset) const { return fIndex.location(fSource.data(), offset); }
+
 private:
     void nextChar();
     void nextLine();
@@ -52,6 +59,7 @@ private:
     unsigned int searchForTwoChars(unsigned int start, char first, char second, FileLocation& location) const;
 
     MemMappedFile fSource;
+    SourceIndex fIndex;
     unsigned int fLine = 1;
     unsigned int fColumn = 1;
     unsigned int fPosition = 0;

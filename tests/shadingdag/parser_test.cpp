@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+
 using namespace qvShadingDag;
 
 namespace {
@@ -313,6 +315,75 @@ TEST_F(ShadingParserTest, ReadsFilesOneBehindTheOther) {
     ShadingParser copy = parser;
     EXPECT_FALSE(copy.parseFile(writeSource("parser.qvs", "float e();"), true));
     EXPECT_EQ(copy.errorString(), "stdlib.qvs(line 8, column 20) : error Token is not a valid return type\n");
+}
+
+/// The origin of each node, as "name at line:column of the function in its file, first variable".
+std::string origins(const ShadingNodeSpec& spec) {
+    const auto place = [](const auto& from) {
+        const std::string& file = from.sourceFile();
+        return file.substr(file.rfind('/') + 1) + ":" + std::to_string(from.sourceLocation().line) + ":" +
+               std::to_string(from.sourceLocation().column);
+    };
+    std::string text = place(spec) + "\n";
+    ShadingNodeSpec::NodeIterator node;
+    ShadingNodeSpec::NodeIterator last;
+    for (spec.internalNodes(node, last); node != last; ++node) {
+        text += (*node)->name() + " " + place(**node) + " " + (*node)->originFunction() + " " +
+                (*node)->variableName() + "\n";
+    }
+    return text;
+}
+
+TEST_F(ShadingParserTest, TellsWhereNodesWereWritten) {
+    const auto read = [](const char* file, const std::string& source) {
+        ShadingParser parser;
+        EXPECT_TRUE(parser.parseFile(writeSource(file, source), false)) << parser.errorString();
+    };
+    read("primitives.qvs", kPrelude + "\t\tfloat last();");
+    read("functions.qvs", "/* The colour \xC3\xA9. */\r\n\r\n"
+                          "float inner(float x,\r\n\tout float y) {\r\n"
+                          "\tfloat z = x + 1, unused = z; y = -z;\r\n}\r\n"
+                          "/* \xC3\xA9 */  float lit(float a, float light) { return a; }");
+    read("main.qvs", "  vertex:fragment float outer(float p, float2 q) {\n"
+                     "    float a, b; split(q, a, b);\n"
+                     "    float s = p@x, t; p += {2}; p = p; both(t, f(p));\n"
+                     "    return zero() < a * b; }\n");
+    const auto find = [](const char* name) { return ShadingNodeSpec::findSpecInLibrary(name); };
+    EXPECT_EQ(origins(*find("last")), "primitives.qvs:2:3\n");
+    const std::string outer = "main.qvs:1:3\n"
+                              "output main.qvs:1:19 outer \n"
+                              "p main.qvs:1:37 outer p\n"
+                              "q main.qvs:1:47 outer q\n"
+                              "split main.qvs:2:17 outer a\n"
+                              "0 main.qvs:3:17 outer \n"
+                              "operator@ main.qvs:3:16 outer s\n"
+                              "2 main.qvs:3:28 outer \n"
+                              "operator+ main.qvs:3:25 outer p\n"
+                              "f main.qvs:3:48 outer \n"
+                              "both main.qvs:3:40 outer t\n"
+                              "zero main.qvs:4:12 outer \n"
+                              "operator* main.qvs:4:23 outer \n"
+                              "operator< main.qvs:4:19 outer \n";
+    EXPECT_EQ(origins(*find("outer")), outer);
+    const std::unique_ptr<ShadingNodeSpec> copy(find("outer")->clone());
+    EXPECT_EQ(origins(*copy), outer);
+
+    // A function of the host: the bodies that are copied into it keep theirs.
+    const std::unique_ptr<ShadingNodeSpec> host(ShadingNodeSpec::createNew(kFunctionNode));
+    const ShadingAttribute x = *host->addInput(kFloat, "x", CompFreqRange());
+    ShadingNode* call = host->addInternalNode("f", {x});
+    call->setSource("host", FileLocation(7, 9), "made", "here");
+    host->replaceOperationNode(call, find("lit"), true);
+    host->addInternalNode("inner", {x, x});
+    const std::string inputs = ":0:0\n"
+                               "x :0:0  \n";
+    const std::string light = "light functions.qvs:7:35 lit light\n";
+    EXPECT_EQ(origins(*host), inputs + "lit host:7:9 made here\n" + light + "inner :0:0  \n");
+    host->expandFunctionCalls();
+    EXPECT_EQ(origins(*host), inputs + light +
+                                  "1 functions.qvs:5:16 inner \n"
+                                  "operator+ functions.qvs:5:14 inner z\n"
+                                  "operator- functions.qvs:5:35 inner y\n");
 }
 
 std::string repeated(int count, const std::string& text) {

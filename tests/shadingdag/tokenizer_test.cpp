@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <random>
+#include <vector>
 
 using namespace qvShadingDag;
 
@@ -160,6 +162,92 @@ TEST(Tokenizer, FillsTheTokenItIsGiven) {
     EXPECT_EQ(tokenizer.nextToken(&token)->stringValue(), "b");
     EXPECT_EQ(copy.nextToken(&token)->fileLocation().toString(), "line 5, column 1");
     EXPECT_FALSE(copy.openFile(QV_TEST_OUTPUT "no such file"));
+}
+
+TEST(Tokenizer, KnowsThePlacesThatAnEditorShows) {
+    const struct {
+        std::string source;
+        const char* expected; // of each token: the first byte's line and column, the number of bytes
+    } rows[] = {
+        {"\xEF\xBB\xBF"
+         "a b",
+         "1:1+1 1:1+1 1:1+1 1:1+1 1:3+1"},
+        {"a\r\n\tb", "1:1+1 2:2+1"},
+        {"\xC3\xA9 b", "1:1+1 1:1+1 1:3+1"},
+        {"& | \xFF b", "1:1+1 1:3+1 1:5+1 1:7+1"},
+        {"/* one */\n\nb", "1:1+11 3:1+1"},
+        {"/* one\n two */  // b // c\nd\ne", "1:1+16 2:10+12 4:1+1"},
+        {"1.5e-3!=abc", "1:1+6 1:7+2 1:9+3"},
+        {"x  /* lost", "1:1+1"},
+    };
+    for (const auto& row : rows) {
+        Tokenizer tokenizer = tokenizerOf(row.source);
+        std::string found;
+        Token token;
+        while (tokenizer.nextToken(&token)->type() != kEndOfInput) {
+            if (token.stringValue() != "\xFF" || row.source[token.offset()] == '\xFF') {
+                const FileLocation at = tokenizer.location(token.offset());
+                found += (found.empty() ? "" : " ") + std::to_string(at.line) + ":" +
+                         std::to_string(at.column) + "+" + std::to_string(token.length());
+            }
+        }
+        EXPECT_EQ(found, row.expected) << row.source;
+        EXPECT_EQ(token.length(), 0U);
+    }
+}
+
+TEST(SourceIndex, CountsAsAnEditor) {
+    const struct {
+        const char* bytes;
+        char columns; // one in all, one for each byte, or the end of a line
+    } pieces[] = {
+        {"\xEF\xBB\xBF", '1'},
+        {"a", '1'},
+        {"\t", '1'},
+        {"\ra", 'n'},
+        {"\n", 'e'},
+        {"\r\n", 'e'},
+        {"\xC3\xA9", '1'},
+        {"\xE0\xA0\x80", '1'},
+        {"\xEE\x80\x80", '1'},
+        {"\xF0\x9F\x98\x80", '1'},
+        {"\xF4\x8F\xBF\xBF", '1'},
+        {"\xFF", 'n'},
+        {"\xC1\xBF", 'n'},
+        {"\xE0\x9F\x80", 'n'},
+        {"\xE2\x82", 'n'},
+        {"\xED\xA0\x80", 'n'},
+        {"\xF0\x8F\x80\x80", 'n'},
+        {"\xF4\x90\x80\x80", 'n'},
+        {"\xF5\x80\x80\x80", 'n'},
+    };
+    std::mt19937 random(1);
+    SourceIndex index;
+    std::string source = "what is in no file";
+    const std::size_t noFile = source.size();
+    std::vector<std::string> expected;
+    for (const char* name : {"first", "empty", "second"}) {
+        const std::size_t first = source.size();
+        FileLocation at;
+        for (int i = *name == 'e' ? 3000 : 0; i < 3000; ++i) {
+            const auto& piece = pieces[i == 0 ? 0 : random() % std::size(pieces)];
+            for (const char* byte = piece.bytes; *byte != '\0'; ++byte) {
+                expected.push_back(std::string(name) + " " + at.toString());
+                at.column += piece.columns == 'n' ? 1 : 0;
+            }
+            at.column += piece.columns == '1' && i > 0 ? 1 : 0;
+            at = piece.columns == 'e' ? FileLocation(at.line + 1, 1) : at;
+            source += piece.bytes;
+        }
+        index.addFile(name, source.data(), static_cast<unsigned int>(first),
+                      static_cast<unsigned int>(source.size()));
+    }
+    for (std::size_t i = 0; i <= expected.size(); ++i) {
+        const auto offset = static_cast<unsigned int>(noFile + i);
+        ASSERT_EQ(index.fileName(offset) + " " + index.location(source.data(), offset).toString(),
+                  i < expected.size() ? expected[i] : " line 0, column 0");
+    }
+    EXPECT_EQ(index.location(source.data(), noFile - 1).line, 0U);
 }
 
 TEST(Tokenizer, TakesHugeTokens) {
