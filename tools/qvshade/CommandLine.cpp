@@ -2,6 +2,7 @@
 
 #include "Failure.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <string_view>
 
@@ -26,6 +27,7 @@ declared. A function that is defined twice with one signature is shown as define
                        the program "dot" of Graphviz. Otherwise the text goes to standard output
   --optimal, --fast    order: by the distances to the outputs (the default), or the plain order
   -l, --library FILE   read this file first, for functions that the others call; may be repeated
+  --                   what follows is files and functions, also where it begins with "-"
   --help, --version    print this text, or the version
 
 Tables have aligned columns on a terminal and tabs between the columns elsewhere.
@@ -71,11 +73,13 @@ const Command& findCommand(const std::string& name) {
 
 CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
     CommandLine result;
-    for (const std::string& argument : arguments) {
-        if (argument == "--help" || argument == "--version") {
-            result.command = argument;
-            return result;
-        }
+    const auto endOfOptions = std::find(arguments.begin(), arguments.end(), "--");
+    const auto help = std::find_if(arguments.begin(), endOfOptions, [](const std::string& argument) {
+        return argument == "--help" || argument == "--version";
+    });
+    if (help != endOfOptions) {
+        result.command = *help;
+        return result;
     }
     if (arguments.empty()) {
         throw misunderstood("no command");
@@ -83,16 +87,19 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
     const Command& command = findCommand(arguments.front());
     result.command = command.name;
     std::vector<std::string> operands;
+    bool onlyOperands = false; // behind "--"
     for (std::size_t i = 1; i < arguments.size(); ++i) {
         const std::string& argument = arguments[i];
         const auto value = [&]() -> const std::string& {
-            if (i + 1 == arguments.size()) {
+            if (i + 1 == arguments.size() || arguments[i + 1].empty()) {
                 throw misunderstood("'" + argument + "' needs a file name");
             }
             return arguments[++i];
         };
-        if (argument.empty() || argument.front() != '-') {
+        if (onlyOperands || argument.empty() || argument.front() != '-') {
             operands.push_back(argument);
+        } else if (argument == "--") {
+            onlyOperands = true;
         } else if (argument == "-l" || argument == "--library") {
             result.libraries.push_back(value());
         } else if (command.drawing && argument == "--types") {

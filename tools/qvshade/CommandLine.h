@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,8 +9,8 @@ struct CommandLine {
     std::string command;                ///< "check", "list", …, "--help" or "--version"
     std::vector<std::string> libraries; ///< read before the files
     std::vector<std::string> files;
-    std::string function;   ///< a name or a signature; empty where the command can do without
-    std::string outputFile; ///< empty for standard output
+    std::optional<std::string> function;   ///< a name or a signature; none where the command can do without
+    std::optional<std::string> outputFile; ///< none for standard output
     bool showTypes = false;
     bool showCompFreqs = false;
     bool fast = false; ///< the plain order instead of the one that distances steer

@@ -49,8 +49,8 @@ void check(const CommandLine& line) {
 
 void list(const CommandLine& line) {
     Functions functions = readInput(line);
-    if (!line.function.empty()) {
-        functions = matchingFunctions(functions, line.function);
+    if (line.function) {
+        functions = matchingFunctions(functions, *line.function);
     }
     // The signatures last: the longest would push every other column off the screen.
     Table table = {{"kind", "nodes", "links", "function"}};
@@ -63,25 +63,25 @@ void list(const CommandLine& line) {
 
 void show(const CommandLine& line, ShadingNodeSpec& spec) {
     const std::string text = convertToGraphviz(&spec, line.showTypes, line.showCompFreqs);
-    if (line.outputFile.empty()) {
-        print(text);
+    if (line.outputFile) {
+        writeGraph(text, *line.outputFile);
     } else {
-        writeGraph(text, line.outputFile);
+        print(text);
     }
 }
 
 void graph(const CommandLine& line) {
-    show(line, *chooseFunction(readInput(line), line.function));
+    show(line, *chooseFunction(readInput(line), *line.function));
 }
 
 void expand(const CommandLine& line) {
-    ShadingNodeSpec* spec = chooseFunction(readInput(line), line.function);
+    ShadingNodeSpec* spec = chooseFunction(readInput(line), *line.function);
     spec->expandFunctionCalls();
     show(line, *spec);
 }
 
 void order(const CommandLine& line) {
-    const ShadingNodeSpec* spec = chooseFunction(readInput(line), line.function);
+    const ShadingNodeSpec* spec = chooseFunction(readInput(line), *line.function);
     const std::map<ShadingNode*, unsigned int> distances = distancesToOutputs(*spec);
     std::list<ShadingNode*> nodes;
     if (line.fast) {

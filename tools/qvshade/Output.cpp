@@ -1,20 +1,19 @@
 #include "Output.h"
 
 #include "Failure.h"
+#include "OutputFiles.h"
+#include "Process.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #if defined(_WIN32)
 #include <fcntl.h>
 #include <io.h>
 #else
-#include <csignal>
 #include <unistd.h>
 #endif
 
@@ -45,38 +44,6 @@ std::string endingOf(const std::string& file) {
     return ending;
 }
 
-bool programExists(const std::string& name) {
-#if defined(_WIN32)
-    constexpr char kSeparator = ';';
-    const std::string file = name + ".exe";
-#else
-    constexpr char kSeparator = ':';
-    const std::string& file = name;
-#endif
-    const char* path = std::getenv("PATH");
-    std::istringstream folders(path == nullptr ? "" : path);
-    for (std::string folder; std::getline(folders, folder, kSeparator);) {
-        std::error_code ignored;
-        if (std::filesystem::is_regular_file(std::filesystem::path(folder) / file, ignored)) {
-            return true;
-        }
-    }
-    return false;
-}
-
-/// `text` as one word of the shell's.
-std::string quoted(const std::string& text) {
-#if defined(_WIN32)
-    return "\"" + text + "\""; // no file name has a quote there
-#else
-    std::string result = "'";
-    for (const char c : text) {
-        result += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    }
-    return result + "'";
-#endif
-}
-
 /// Makes any name of the graph one that Graphviz accepts: "operator+" and "node" are none as they are.
 std::string withQuotedName(const std::string& graph) {
     const std::size_t start = graph.find(' ') + 1;
@@ -84,27 +51,18 @@ std::string withQuotedName(const std::string& graph) {
     return graph.substr(0, start) + "\"" + graph.substr(start, end - start) + "\"" + graph.substr(end);
 }
 
-void draw(const std::string& graph, const std::string& format, const std::string& file) {
-    if (!programExists("dot")) {
+/// The picture of `graph` in a format of Graphviz's. The text goes through pipes, so that no file
+/// name can be taken for an option and a full disk is noticed by us.
+std::string draw(const std::string& graph, const std::string& format, const std::string& file) {
+    const std::string dot = findProgram("dot");
+    if (dot.empty()) {
         throw failure(kBadOutput, "cannot draw: the program 'dot' of Graphviz is not installed");
     }
-    const std::string command = "dot -T" + format + " -o " + quoted(file);
-#if defined(_WIN32)
-    std::FILE* dot = _popen(command.c_str(), "wb");
-#else
-    std::signal(SIGPIPE, SIG_IGN); // a program that ends early is a failure, not our end
-    std::FILE* dot = popen(command.c_str(), "w");
-#endif
-    const std::string text = withQuotedName(graph);
-    const bool written = dot != nullptr && std::fwrite(text.data(), 1, text.size(), dot) == text.size();
-#if defined(_WIN32)
-    const bool drawn = dot != nullptr && _pclose(dot) == 0 && written;
-#else
-    const bool drawn = dot != nullptr && pclose(dot) == 0 && written;
-#endif
-    if (!drawn) {
+    std::string picture;
+    if (!runProgram(dot, "-T" + format, withQuotedName(graph), picture) || picture.empty()) {
         throw failure(kBadOutput, "'dot' could not draw '" + file + "'");
     }
+    return picture;
 }
 
 } // namespace
@@ -158,14 +116,15 @@ std::string tableText(const Table& table, bool aligned) {
 
 void writeGraph(const std::string& graph, const std::string& file) {
     const std::string ending = endingOf(file);
+    std::string bytes;
     if (ending == ".svg" || ending == ".png") {
-        draw(graph, ending.substr(1), file);
+        bytes = draw(graph, ending.substr(1), file);
     } else if (ending == ".dot") {
-        std::ofstream stream(file, std::ios::binary);
-        if (!(stream << graph << std::flush)) {
-            throw failure(kBadOutput, "cannot write '" + file + "'");
-        }
+        bytes = graph;
     } else {
         throw failure(kBadOutput, "'" + file + "' ends neither in .dot nor in .svg nor in .png");
     }
+    OutputFiles files;
+    files.add(file, bytes);
+    files.commit();
 }

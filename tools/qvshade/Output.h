@@ -19,5 +19,6 @@ void printTable(const Table& table);
 std::string tableText(const Table& table, bool aligned);
 
 /// Writes the DOT text `graph` to `file` as text (.dot) or picture (.svg, .png). Throws a `Failure`
-/// when the file's ending is another, when Graphviz is missing and when writing fails.
+/// when the file's ending is another, when Graphviz is missing and when writing fails; `file` is then
+/// as it was.
 void writeGraph(const std::string& graph, const std::string& file);
