@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <list>
+#include <vector>
 
 using namespace qvShadingDag;
 
@@ -31,17 +32,24 @@ Measures measure(const ShadingNodeSpec& spec) {
 }
 
 std::map<ShadingNode*, unsigned int> distancesToOutputs(const ShadingNodeSpec& spec) {
+    // One walk from all outputs, breadth first: the first way to a node is a shortest one.
     std::map<ShadingNode*, unsigned int> shortest;
+    std::vector<ShadingNode*> queue;
+    const auto reach = [&](ShadingNode* node, unsigned int distance) {
+        // The outputs of a declaration have no nodes.
+        if (node != nullptr && shortest.try_emplace(node, distance).second) {
+            queue.push_back(node);
+        }
+    };
     ShadingNodeSpec::AttributeIterator output;
     ShadingNodeSpec::AttributeIterator last;
     for (spec.outputs(output, last); output != last; ++output) {
-        std::map<ShadingNode*, unsigned int> distances = {{output->nodePtr(), 0}};
-        if (output->nodePtr() != nullptr) {
-            spec.computeDistance(output->nodePtr(), distances, true);
-        }
-        for (const auto& [node, distance] : distances) {
-            const auto [place, isNew] = shortest.try_emplace(node, distance);
-            place->second = std::min(place->second, distance);
+        reach(output->nodePtr(), 0);
+    }
+    for (std::size_t i = 0; i < queue.size(); ++i) {
+        const unsigned int distance = shortest[queue[i]] + 1;
+        for (const ShadingLink* link : queue[i]->incomingLinks()) {
+            reach(link->sourceNode(), distance);
         }
     }
     return shortest;
