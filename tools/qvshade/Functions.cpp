@@ -44,11 +44,13 @@ Functions readFile(const std::string& file) {
     ShadingParser parser;
     if (!parser.parseFile(file, false)) {
         const std::string error = parser.errorString();
-        // An error in the source has a place; a file that cannot be read has none.
-        if (error.find(") : error ") == std::string::npos) {
+        // An error in the source has a place; a file that cannot be read has none. The parser
+        // begins its text with a fixed name, whatever the file is called.
+        const std::size_t place = error.find("(line ");
+        if (place == std::string::npos) {
             throw failure(kBadSource, "cannot read '" + file + "'");
         }
-        throw Failure{kBadSource, error};
+        throw Failure{kBadSource, file + error.substr(place)};
     }
     const std::set<const ShadingNodeSpec*> known(before.begin(), before.end());
     Functions added;

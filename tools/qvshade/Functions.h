@@ -8,8 +8,9 @@
 /// Functions of the library, by the bytes of their names, overloads in the order of their files.
 using Functions = std::vector<qvShadingDag::ShadingNodeSpec*>;
 
-/// Reads a file behind what the library holds and returns the functions that it added. Throws a
-/// `Failure` with the parser's text when the file has an error.
+/// Reads a file, with a parser of its own, behind what the library holds and returns the functions
+/// that it added. Throws a `Failure` with the parser's text under the file's own name when the file
+/// has an error.
 Functions readFile(const std::string& file);
 
 /// The functions among `functions` that `wanted`, a name or a signature, stands for; throws a
