@@ -43,6 +43,17 @@ function(qv_add_internal_test name)
   target_compile_definitions(${name} PRIVATE QV_BUILDING_LIBRARY)
 endfunction()
 
+# qv_add_sweep_test(NAME SOURCES...): an internal test that lets memory run out
+# (tests/AllocationSweep.h). The runtime is linked into it, so that there is one `new`; but for that
+# of the threads, whose locks cannot do without memory.
+function(qv_add_sweep_test name)
+  qv_add_internal_test(${name} ${ARGN} "${PROJECT_SOURCE_DIR}/tests/AllocationSweep.cpp")
+  target_link_options(${name} PRIVATE -Wl,--wrap=malloc,--wrap=calloc,--wrap=realloc)
+  if(WIN32)
+    target_link_options(${name} PRIVATE -static-libgcc -static-libstdc++)
+  endif()
+endfunction()
+
 # qv_add_output_test(NAME TARGET EXPECTED [ARGS arguments...] [RESULT exit-code]): runs the program
 # TARGET; its standard output must be the bytes of the file EXPECTED below tests/data.
 function(qv_add_output_test name target expected)

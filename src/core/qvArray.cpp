@@ -70,6 +70,9 @@ unsigned int qvArray::changePhysicalSizeTo(unsigned int count) {
         return 1;
     }
     char* block = reallocate(blockBytes(fPhysicalSize, fElementSize), blockBytes(count, fElementSize), fData);
+    if (!block && count <= fPhysicalSize) {
+        block = fData; // large enough
+    }
     if (!block) {
         return 1;
     }

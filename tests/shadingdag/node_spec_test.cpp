@@ -1,6 +1,9 @@
 #include "GraphTesting.h"
+#include "MemberTable.h"
 
 #include "shadingdag/Graphviz.h"
+
+#include <functional>
 
 using namespace graphTesting;
 
@@ -53,25 +56,89 @@ TEST(ShadingNode, StandsForWhatItWasSetTo) {
 }
 
 // Only functions make links; whoever derives from one gets a link without a graph.
-class LooseLink : public ShadingLink {};
+class LooseLink : public ShadingLink {
+public:
+    void become(const ShadingLink& other) { ShadingLink::operator=(other); }
+};
 
-TEST(ShadingLink, CopiesWhatItCarries) {
-    const std::vector<int> before = liveObjects();
-    {
-        LooseLink link;
-        EXPECT_EQ(link.compFreqRange(), CompFreqRange(0, 0));
-        link.setSourceAttrName("a");
-        link.setDestAttrName("b");
-        link.setDataType(kFloat3);
-        link.setCompFreqRange(CompFreqRange(2, 3));
-        const LooseLink copy(link);
-        EXPECT_EQ(copy.sourceAttrName() + copy.destAttrName() + dataTypeName(copy.dataType()) +
-                      copy.compFreqRange().toString(),
-                  "abfloat3uniform:vertex");
-        EXPECT_EQ(copy.sourceNode(), nullptr);
-        EXPECT_EQ(ShadingLink::fsNumInstances_ShadingLink, before[3] + 2);
+std::string endsOf(const LooseLink& link) {
+    const auto end = [](const ShadingNode* node) { return node ? std::to_string(node->number()) : "none"; };
+    return end(link.sourceNode()) + " to " + end(link.destNode());
+}
+
+TEST_F(NodeSpec, LinksAndNodesAreCopiedWhole) {
+    declare("two", {{kFloat, "a", {}}}, {{kFloat, "c", {}}, {kFloat, "d", {}}});
+    declare("one", {{kFloat, "a", {}}});
+    const OwnedSpec spec(makeSpec(kFunctionNode, "f", {{kFloat, "x", {}}}));
+    const ShadingAttribute x = parameter(*spec, "x");
+    ShadingNode* two = spec->addInternalNode("two", {x, x, x});
+    ShadingNode* one = spec->addInternalNode("one", {valueOf(two, "d")});
+    spec->connectOutput(valueOf(one), parameter(*spec, "output"));
+    const std::vector<ShadingLink*> made = linksOf(*spec);
+
+    MemberTable<LooseLink> links;
+    // Ends, number and the output that is read can only be had from a link that a function made.
+    links.add(
+        "ends", [&](LooseLink& l, int i) { l.become(*made[static_cast<unsigned int>(i)]); }, endsOf);
+    links.add(
+        "number", [](LooseLink&, int) {}, &LooseLink::number);
+    links.add(
+        "source", [](LooseLink& l, int i) { l.setSourceAttrName(i == 1 ? "a" : "b"); },
+        &LooseLink::sourceAttrName);
+    links.add(
+        "output", [](LooseLink&, int) {},
+        [](const LooseLink& l) { return 10 * static_cast<int>(l.number()) + l.sourceOutput(); });
+    links.add(
+        "dest", [](LooseLink& l, int i) { l.setDestAttrName(i == 1 ? "a" : "b"); }, &LooseLink::destAttrName);
+    links.add(
+        "type", [](LooseLink& l, int i) { l.setDataType(i == 1 ? kFloat : kInt); }, &LooseLink::dataType);
+    links.add(
+        "range",
+        [](LooseLink& l, int i) {
+            l.setCompFreqRange({1, i == 1 ? 2U : 3U});
+        },
+        [](const LooseLink& l) { return l.compFreqRange().toString(); });
+    links.checkCopies();
+    links.checkAssignments();
+
+    const auto constant = [](ShadingNode& n) { n.setConstant(TypedConstant(1, 2)); };
+    const auto call = [&](ShadingNode& n) { n.setOperator(two->specPtr()); };
+    const auto input = [](ShadingNode& n) { n.setInput(kFloat4, "c"); };
+    const auto output = [](ShadingNode& n) { n.setOutput(kInt, "d"); };
+    const std::function<void(ShadingNode&)> kinds[][2] = {{constant, call}, {call, input}, {input, output}};
+    for (const auto& pair : kinds) {
+        MemberTable<ShadingNode> nodes;
+        nodes.add(
+            "lists", [&](ShadingNode& n, int i) { n = i == 1 ? *one : *x.nodePtr(); },
+            [](const ShadingNode& n) { return n.incomingLinks().size() + 3 * n.outgoingLinks().size(); });
+        nodes.add(
+            "kind", [&](ShadingNode& n, int i) { pair[i - 1](n); }, &ShadingNode::nodeType);
+        nodes.add(
+            "number", [](ShadingNode&, int) {}, &ShadingNode::number);
+        nodes.add(
+            "name", [](ShadingNode&, int) {}, &ShadingNode::name);
+        nodes.add(
+            "type", [](ShadingNode&, int) {}, [](const ShadingNode& n) { return n.dataTypeOfOutput("c"); });
+        nodes.add(
+            "range",
+            [](ShadingNode& n, int i) {
+                n.addOutputCompFreqRange("c", {1, i + 1U});
+            },
+            [](const ShadingNode& n) { return n.compFreqRangeOfOutput("c").toString(); });
+        nodes.add(
+            "light", [](ShadingNode& n, int i) { n.setLightSpecific(i == 1); },
+            [](const ShadingNode& n) { return n.isLightSpecific() ? n.nodeType() : -n.nodeType(); });
+        nodes.add(
+            "source",
+            [](ShadingNode& n, int i) {
+                n.setSource(i == 1 ? "a" : "b", {1, 1U + i}, i == 1 ? "f" : "g", i == 1 ? "v" : "w");
+            },
+            [](const ShadingNode& n) {
+                return n.sourceFile() + n.sourceLocation().toString() + n.originFunction() + n.variableName();
+            });
+        nodes.checkCopies();
+        nodes.checkAssignments();
     }
-    EXPECT_EQ(liveObjects(), before);
 }
 
 TEST_F(NodeSpec, ListsItsParameters) {
