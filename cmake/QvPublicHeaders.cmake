@@ -33,6 +33,7 @@ qv_add_public_headers(
   ShadingLink.h
   ShadingNodeSpec.h
   Graphviz.h)
+qv_add_public_headers(evaluation ShadingValue.h Primitives.h)
 qv_add_public_headers(
   hsl
   HSLToken.h
