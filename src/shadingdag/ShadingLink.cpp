@@ -1,8 +1,5 @@
 #include "shadingdag/ShadingLink.h"
 
-#include "shadingdag/ShadingNode.h"
-#include "shadingdag/ShadingNodeSpec.h"
-
 namespace qvShadingDag {
 
 int ShadingLink::fsNumInstances_ShadingLink = 0;
@@ -37,16 +34,6 @@ void ShadingLink::reset() {
     fDestAttrName.clear();
     fDataType = kInvalidDataType;
     fCompFreqRange = CompFreqRange(kInvalidFreq, kInvalidFreq);
-}
-
-void ShadingLink::setSourceAttrName(const std::string& name) {
-    fSourceAttrName = name;
-    if (fSourceNode && fSourceNode->isCall()) {
-        const int output = fSourceNode->specPtr()->getOffsetOfOutput(name);
-        if (output >= 0) {
-            fSourceOutput = output;
-        }
-    }
 }
 
 } // namespace qvShadingDag

@@ -2,7 +2,6 @@
 
 #include "core/Exception.h"
 #include "shadingdag/NodeOrigin.h"
-#include "shadingdag/ShadingNodeSpec.h"
 
 namespace qvShadingDag {
 
@@ -83,42 +82,9 @@ void ShadingNode::setConstant(const TypedConstant& constant) {
     addOutputCompFreqRange("output", CompFreqRange(kConstantFreq, kConstantFreq));
 }
 
-void ShadingNode::setOperator(ShadingNodeSpec* spec) {
-    verifyAlways(spec && (spec->nodeType() == kOperationNode || spec->nodeType() == kFunctionNode),
-                 "There is no function to call");
-    fNodeType = spec->nodeType();
-    fSpec = spec;
-    fConstant.reset();
-    fDataType = kInvalidDataType;
-    fName.clear();
-}
-
 const TypedConstant& ShadingNode::constant() const {
     verifyAlways(fConstant != nullptr, "The node holds no constant");
     return *fConstant;
-}
-
-std::string ShadingNode::name() const {
-    switch (fNodeType) {
-    case kInputNode:
-    case kOutputNode:
-        return fName;
-    case kConstantNode:
-        return constant().toString();
-    case kOperationNode:
-    case kFunctionNode:
-        return fSpec->name();
-    default:
-        return "invalidNodeType";
-    }
-}
-
-DataType ShadingNode::dataTypeOfInput(const std::string& name) const {
-    return isCall() ? fSpec->dataTypeOfInput(name) : fDataType;
-}
-
-DataType ShadingNode::dataTypeOfOutput(const std::string& name) const {
-    return isCall() ? fSpec->dataTypeOfOutput(name) : fDataType;
 }
 
 void ShadingNode::addOutputCompFreqRange(const std::string& name, const CompFreqRange& range) {

@@ -2,7 +2,8 @@
 
 #include "core/Exception.h"
 #include "shadingdag/FlatGraph.h"
-#include "shadingdag/ShadingNodeSpecDetail.h"
+#include "shadingdag/InputFinder.h"
+#include "shadingdag/LinkSource.h"
 
 #include <algorithm>
 #include <cstdint>

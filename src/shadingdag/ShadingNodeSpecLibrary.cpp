@@ -1,0 +1,53 @@
+// The function library.
+
+#include "shadingdag/ShadingNodeSpec.h"
+
+#include <tuple>
+
+namespace qvShadingDag {
+
+std::multimap<std::string, ShadingNodeSpec*> ShadingNodeSpec::fLibrary;
+
+namespace {
+
+/// Frees the library's functions when the process ends; made after the library, hence destroyed
+/// before it.
+struct LibraryKeeper {
+    ~LibraryKeeper() { ShadingNodeSpec::clearLibrary(); }
+} libraryKeeper;
+
+} // namespace
+
+void ShadingNodeSpec::addToLibrary() {
+    if (!fInLibrary) {
+        fFullySpecified = true;
+        fLibraryPlace = fLibrary.emplace(fName, this); // behind those of the same name
+        fInLibrary = true;
+    }
+}
+
+ShadingNodeSpec* ShadingNodeSpec::findSpecInLibrary(const std::string& name) {
+    const auto found = fLibrary.lower_bound(name); // the first one, where `find` may give any
+    return found != fLibrary.end() && found->first == name ? found->second : nullptr;
+}
+
+void ShadingNodeSpec::findSpecsInLibrary(const std::string& name, LibraryIterator& first,
+                                         LibraryIterator& last) {
+    std::tie(first, last) = fLibrary.equal_range(name);
+}
+
+void ShadingNodeSpec::allSpecsInLibrary(LibraryIterator& first, LibraryIterator& last) {
+    first = fLibrary.begin();
+    last = fLibrary.end();
+}
+
+void ShadingNodeSpec::clearLibrary() {
+    const auto specs = std::move(fLibrary);
+    fLibrary.clear();
+    for (const auto& entry : specs) {
+        entry.second->fInLibrary = false;
+        delete entry.second;
+    }
+}
+
+} // namespace qvShadingDag
