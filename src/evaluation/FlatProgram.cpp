@@ -2,7 +2,7 @@
 
 #include "core/Exception.h"
 #include "shadingdag/FlatGraph.h"
-#include "shadingdag/ShadingNodeSpecDetail.h"
+#include "shadingdag/InputFinder.h"
 
 #include <algorithm>
 #include <array>
