@@ -22,10 +22,12 @@ qv_add_public_headers(
 qv_add_public_headers(
   shadingdag
   FileLocation.h
+  Diagnostic.h
   SourceIndex.h
   Token.h
   Tokenizer.h
   ShadingParser.h
+  ShadingChecker.h
   CompFreqRange.h
   TypedConstant.h
   ShadingAttribute.h

@@ -15,11 +15,12 @@ struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
+// On purpose: the value of the read that meets the end of the file (0xFF) is kept as a byte, and
+// three line feeds follow it; they end a last line comment, word or number.
+constexpr char kEnd[MemMappedFile::kEndSize] = {'\xFF', '\n', '\n', '\n'};
+
 /// Appends what is left of `file`; false on a read error or when the result would be too large.
 bool appendAll(std::FILE* file, std::vector<char>& bytes) {
-    // On purpose: the value of the read that meets the end of the file (0xFF) is kept as a byte,
-    // and three line feeds follow it; they end a last line comment, word or number.
-    constexpr char kEnd[] = {'\xFF', '\n', '\n', '\n'};
     char block[kBlockSize];
     std::size_t count = 0;
     do {
@@ -54,6 +55,20 @@ bool MemMappedFile::open(const std::string& fileName) {
         fBytes.resize(oldSize);
     }
     return read;
+}
+
+bool MemMappedFile::append(std::string_view bytes) {
+    if (fBytes.size() + sizeof kEnd > kMaxSize || bytes.size() > kMaxSize - fBytes.size() - sizeof kEnd) {
+        return false;
+    }
+    try {
+        fBytes.reserve(fBytes.size() + bytes.size() + sizeof kEnd);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    fBytes.insert(fBytes.end(), bytes.begin(), bytes.end());
+    fBytes.insert(fBytes.end(), kEnd, kEnd + sizeof kEnd);
+    return true;
 }
 
 void MemMappedFile::truncate(unsigned int size) {

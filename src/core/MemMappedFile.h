@@ -3,6 +3,7 @@
 #include "base/Export.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// The bytes of text files, held in memory so that a reader can look at any position. Each file is
@@ -16,6 +17,13 @@ public:
     /// the file). Returns false with the bytes unchanged when the file cannot be opened or read (a
     /// folder, say), or when more than 2^31 - 1 bytes would be held.
     bool open(const std::string& fileName);
+
+    /// Appends bytes as they are, followed by the same four as a file. False, with nothing changed,
+    /// when more than 2^31 - 1 bytes would be held or there is no memory.
+    bool append(std::string_view bytes);
+
+    /// How many bytes follow each file.
+    static constexpr unsigned int kEndSize = 4;
 
     /// Forgets the bytes from `size` on.
     void truncate(unsigned int size);

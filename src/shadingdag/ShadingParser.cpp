@@ -71,6 +71,20 @@ bool ShadingParser::parseFile(const std::string& fileName, bool /*flag*/) {
         fErrorText = "Couldn't not find stdlib.qvs file!\n"; // On purpose: whatever the name.
         return false;
     }
+    return parseSource();
+}
+
+bool ShadingParser::parseText(const std::string& name, std::string_view text) {
+    if (!openText(name, text)) {
+        fErrorText = "Couldn't not find stdlib.qvs file!\n"; // On purpose: the only text for a source that
+                                                             // cannot be read.
+        return false;
+    }
+    return parseSource();
+}
+
+/// Reads the functions of what was opened last.
+bool ShadingParser::parseSource() {
     fEndOfInput = false;
     fErrorText.clear();
     bool parsed = true;
@@ -98,7 +112,26 @@ std::string ShadingParser::errorString() {
 
 void ShadingParser::reportError(const std::string& message) {
     forgetFunction();
-    fErrorText = "stdlib.qvs(" + token_ahead(0).fileLocation().toString() + ") : error " + message + "\n";
+    const Token& front = token_ahead(0);
+    fErrorText = "stdlib.qvs(" + front.fileLocation().toString() + ") : error " + message + "\n";
+    const bool atEnd = front.type() == kEndOfInput;
+    const unsigned int begin = atEnd ? sourceSize() - MemMappedFile::kEndSize : front.offset();
+    addDiagnostic(Diagnostic::kError, "", begin, begin + front.length(), message);
+}
+
+/// A list of diagnostics for which there is no memory is left as it is.
+void ShadingParser::addDiagnostic(Diagnostic::Severity severity, const char* name, unsigned int begin,
+                                  unsigned int end, const std::string& message) {
+    try {
+        Diagnostic diagnostic;
+        diagnostic.severity = severity;
+        diagnostic.message = message;
+        diagnostic.name = name;
+        locate(diagnostic, begin, end);
+        fDiagnostics.push_back(std::move(diagnostic));
+    } catch (const std::bad_alloc&) {
+        return;
+    }
 }
 
 void ShadingParser::forgetFunction() {
@@ -235,6 +268,12 @@ void ShadingParser::parseFunc() {
     for (;;) {
         const TokenType type = accumulate_token()->type();
         if (fEndOfInput) {
+            const Token& first = fTokens.front();
+            const unsigned int end = sourceSize() - MemMappedFile::kEndSize;
+            if (first.type() != kEndOfInput && first.offset() < end) {
+                addDiagnostic(Diagnostic::kWarning, "dropped-header", first.offset(), end,
+                              "what stands here is dropped: a header needs a \";\" or a body behind it");
+            }
             return; // On purpose: a header that nothing follows is dropped without an error.
         }
         if (type == kSemicolon) {

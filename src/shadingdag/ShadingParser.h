@@ -2,6 +2,7 @@
 
 #include "base/Export.h"
 #include "shadingdag/CompFreqRange.h"
+#include "shadingdag/Diagnostic.h"
 #include "shadingdag/ShadingAttribute.h"
 #include "shadingdag/Tokenizer.h"
 
@@ -10,6 +11,7 @@
 #include <list>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -42,6 +44,14 @@ public:
     /// effect.
     bool parseFile(const std::string& fileName, bool flag);
 
+    /// Reads `text`, as it is on every platform, as a file called `name`.
+    bool parseText(const std::string& name, std::string_view text);
+
+    /// What was found in the sources read so far: the error, if one ended the reading, with its place
+    /// as an editor counts, and warnings of what the reader comes across anyway. A `ShadingChecker`
+    /// finds all errors and warnings.
+    const std::vector<Diagnostic>& diagnostics() const { return fDiagnostics; }
+
     /// The text of the last error, with its place and a line feed; it is empty after that.
     std::string errorString();
 
@@ -73,7 +83,10 @@ private:
     void parseArgument(unsigned int& index);
     CompFreqRange readOptionalCompFreqRange(unsigned int& index);
     void forgetFunction();
+    bool parseSource();
     void reportError(const std::string& message);
+    void addDiagnostic(Diagnostic::Severity severity, const char* name, unsigned int begin, unsigned int end,
+                       const std::string& message);
 
     // Statements.
     void parseStatement();
@@ -126,6 +139,7 @@ private:
 
     bool fEndOfInput = false;
     std::string fErrorText;
+    std::vector<Diagnostic> fDiagnostics;
     std::deque<Token> fTokens; ///< the front is the next token that is not consumed yet
     ShadingNodeSpec* fSpec = nullptr;
     std::unordered_map<std::string, Variable> fVariables;

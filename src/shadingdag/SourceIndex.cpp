@@ -1,7 +1,8 @@
 #include "shadingdag/SourceIndex.h"
 
+#include "core/MemMappedFile.h"
+
 #include <algorithm>
-#include <string_view>
 #include <utility>
 
 namespace qvShadingDag {
@@ -10,9 +11,11 @@ namespace {
 
 constexpr unsigned int kBytesPerMark = 128;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD"; // U+FFFD
 
-/// The number of bytes of the code point at the start of `text`; 1 where there is no valid one.
-/// Ranges of the second byte as in table 3-7 of the Unicode standard.
+} // namespace
+
+// Ranges of the second byte as in table 3-7 of the Unicode standard.
 unsigned int codePointLength(std::string_view text) {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
     const unsigned char lead = byte(0);
@@ -32,7 +35,17 @@ unsigned int codePointLength(std::string_view text) {
     return valid ? length : 1;
 }
 
-} // namespace
+std::string validUtf8(std::string_view text) {
+    std::string result;
+    result.reserve(text.size());
+    while (!text.empty()) {
+        const unsigned int length = codePointLength(text);
+        const bool valid = length > 1 || static_cast<unsigned char>(text.front()) < 0x80;
+        result += valid ? text.substr(0, length) : kReplacement;
+        text.remove_prefix(length);
+    }
+    return result;
+}
 
 void SourceIndex::addFile(const std::string& name, const char* source, unsigned int first, unsigned int end) {
     File file{name, first, end, {}};
@@ -89,6 +102,27 @@ FileLocation SourceIndex::location(const char* source, unsigned int offset) cons
         mark = next;
     }
     return mark.location;
+}
+
+std::string_view SourceIndex::line(const char* source, unsigned int offset) const {
+    const File* file = fileOf(offset);
+    if (!file) {
+        return {};
+    }
+    const unsigned int written = file->end - file->first - MemMappedFile::kEndSize;
+    const std::string_view text(source + file->first, written);
+    const std::size_t at = std::min(offset - file->first, written);
+    const std::size_t before = at == 0 ? std::string_view::npos : text.rfind('\n', at - 1);
+    std::size_t begin = before == std::string_view::npos ? 0 : before + 1;
+    if (begin == 0 && text.starts_with(kByteOrderMark)) {
+        begin = kByteOrderMark.size();
+    }
+    const std::size_t end = std::min(text.find('\n', at), text.size());
+    std::string_view result = text.substr(begin, std::max(begin, end) - begin);
+    if (result.ends_with('\r')) {
+        result.remove_suffix(1);
+    }
+    return result;
 }
 
 } // namespace qvShadingDag

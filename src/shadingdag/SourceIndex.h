@@ -4,9 +4,17 @@
 #include "shadingdag/FileLocation.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qvShadingDag {
+
+/// The number of bytes of the UTF-8 code point at the start of `text`, which is not empty; 1 where
+/// there is no valid one, which leaves a byte of 0x80 or above alone.
+unsigned int codePointLength(std::string_view text);
+
+/// The text with the replacement character U+FFFD for every byte that is no valid UTF-8.
+std::string validUtf8(std::string_view text);
 
 /// Tells lines and columns of a source as an editor counts them.
 ///
@@ -29,6 +37,10 @@ public:
     /// The place, within its file, of the character that the byte at `offset` belongs to; line 0 and
     /// column 0 when no file holds it.
     FileLocation location(const char* source, unsigned int offset) const;
+
+    /// The line that holds the byte at `offset`, without its end and without a byte order mark; empty
+    /// when no file holds it. Takes linear time in the line.
+    std::string_view line(const char* source, unsigned int offset) const;
 
 private:
     /// A place that is known. There is one in every stretch of some bytes.

@@ -2,6 +2,7 @@
 
 #include "core/Exception.h"
 
+#include <algorithm>
 #include <new>
 #include <string_view>
 
@@ -32,11 +33,31 @@ TokenType typeOfWord(const std::string& word) {
 
 bool Tokenizer::openFile(const std::string& fileName) {
     const unsigned int first = fSource.size();
-    if (!fSource.open(fileName)) {
-        return false;
-    }
+    return fSource.open(fileName) && enter(fileName, first);
+}
+
+bool Tokenizer::openText(const std::string& name, std::string_view text) {
+    const unsigned int first = fSource.size();
+    return fSource.append(text) && enter(name, first);
+}
+
+void Tokenizer::locate(Diagnostic& diagnostic, unsigned int begin, unsigned int end) const {
+    const std::string_view line = fIndex.line(fSource.data(), begin);
+    const auto lineEnd =
+        static_cast<unsigned int>(line.data() - fSource.data() + static_cast<std::ptrdiff_t>(line.size()));
+    const FileLocation from = location(begin);
+    const FileLocation to = location(std::max(begin, std::min(end, lineEnd)));
+    diagnostic.file = fileName(begin);
+    diagnostic.line = from.line;
+    diagnostic.column = from.column;
+    diagnostic.length = std::max(to.column, from.column + 1) - from.column;
+    diagnostic.sourceLine = validUtf8(line);
+}
+
+/// Enters what was read last, from `first` on; without memory it is forgotten again.
+bool Tokenizer::enter(const std::string& name, unsigned int first) {
     try {
-        fIndex.addFile(fileName, fSource.data(), first, fSource.size());
+        fIndex.addFile(name, fSource.data(), first, fSource.size());
     } catch (const std::bad_alloc&) {
         fSource.truncate(first);
         return false;

@@ -2,11 +2,13 @@
 
 #include "base/Export.h"
 #include "core/MemMappedFile.h"
+#include "shadingdag/Diagnostic.h"
 #include "shadingdag/FileLocation.h"
 #include "shadingdag/SourceIndex.h"
 #include "shadingdag/Token.h"
 
 #include <string>
+#include <string_view>
 
 namespace qvShadingDag {
 
@@ -27,6 +29,9 @@ public:
     /// follow those of the first, and so do their locations. False when the file cannot be read.
     bool openFile(const std::string& fileName);
 
+    /// Reads `text`, as it is on every platform, like a file of that name.
+    bool openText(const std::string& name, std::string_view text);
+
     /// Fills `*token` with the next token and returns `token`.
     Token* nextToken(Token* token);
 
@@ -35,8 +40,13 @@ public:
     const std::string& fileName(unsigned int offset) const { return fIndex.fileName(offset); }
     /// The place of that byte in its file, as an editor counts (see `SourceIndex`).
     FileLocation location(unsigned int offset) const { return fIndex.location(fSource.data(), offset); }
+    /// Fills in file, line, column and length for the bytes from `begin` to `end`, and the line's text.
+    void locate(Diagnostic& diagnostic, unsigned int begin, unsigned int end) const;
+    /// How many bytes were read, those behind each file included.
+    unsigned int sourceSize() const { return fSource.size(); }
 
 private:
+    bool enter(const std::string& name, unsigned int first);
     void nextChar();
     void nextLine();
     char charAt(unsigned int index) const { return fSource[index]; }

@@ -9,7 +9,7 @@
 const char* const kHelp =
     R"help(Reads files of shading functions and shows what is in them.
 
-  qvshade check FILE...            read the files, one behind the other
+  qvshade check FILE...            all that is wrong in the files, read one behind the other
   qvshade list FILE [FUNCTION]     signatures, kind, nodes and links of the functions
   qvshade graph FILE FUNCTION      the function's graph
   qvshade expand FILE FUNCTION     the graph after all calls of defined functions are expanded
@@ -27,6 +27,10 @@ declared. A function that is defined twice with one signature is shown as define
                        the program "dot" of Graphviz. Otherwise the text goes to standard output
   --optimal, --fast    order: by the distances to the outputs (the default), or the plain order
   -l, --library FILE   read this file first, for functions that the others call; may be repeated
+  --format=json        check: one JSON object a line on standard output instead of text
+  --werror             check: a warning gives the status of an error, too
+  -W no-NAME           check: without the warnings of that name
+  --stdin, --name FILE check: read standard input, as a file of that name
   --                   what follows is files and functions, also where it begins with "-"
   --help, --version    print this text, or the version
 
@@ -46,14 +50,16 @@ struct Command {
     std::size_t maximum;
     bool drawing;
     bool ordering;
+    bool checking;
 };
 
 constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);
 
 constexpr Command kCommands[] = {
-    // name   minimum  maximum  drawing  ordering
-    {"check", 1, kAnyNumber, false, false}, {"list", 1, 2, false, false}, {"graph", 2, 2, true, false},
-    {"expand", 2, 2, true, false},          {"order", 2, 2, false, true}, {"stats", 1, 1, false, false},
+    // name   minimum  maximum  drawing  ordering  checking
+    {"check", 1, kAnyNumber, false, false, true}, {"list", 1, 2, false, false, false},
+    {"graph", 2, 2, true, false, false},          {"expand", 2, 2, true, false, false},
+    {"order", 2, 2, false, true, false},          {"stats", 1, 1, false, false, false},
 };
 
 Failure misunderstood(const std::string& what) {
@@ -109,11 +115,34 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
             result.showCompFreqs = true;
         } else if (command.drawing && (argument == "-o" || argument == "--output")) {
             result.outputFile = value();
+        } else if (command.checking && argument.starts_with("--format=")) {
+            result.json = argument == "--format=json";
+            if (!result.json && argument != "--format=text") {
+                throw misunderstood("'" + argument + "': the formats are text and json");
+            }
+        } else if (command.checking && argument == "--werror") {
+            result.warningsAreErrors = true;
+        } else if (command.checking && argument == "-W") {
+            const std::string& off = value();
+            if (!off.starts_with("no-")) {
+                throw misunderstood("'-W' takes no-NAME, the name of a warning");
+            }
+            result.warningsOff.push_back(off.substr(3));
+        } else if (command.checking && argument == "--stdin") {
+            result.readsStandardInput = true;
+        } else if (command.checking && argument == "--name") {
+            operands.push_back(value());
         } else if (command.ordering && (argument == "--fast" || argument == "--optimal")) {
             result.fast = argument == "--fast";
         } else {
             throw misunderstood("'" + result.command + "' has no option '" + argument + "'");
         }
+    }
+    if (result.readsStandardInput && operands.empty()) {
+        operands.push_back("stdin");
+    }
+    if (result.readsStandardInput && operands.size() > 1) {
+        throw misunderstood("'--stdin' takes the place of the files; '--name' says what it is called");
     }
     if (operands.size() < command.minimum || operands.size() > command.maximum) {
         throw misunderstood("'" + result.command + "' with " + std::to_string(operands.size()) +

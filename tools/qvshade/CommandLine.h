@@ -14,6 +14,12 @@ struct CommandLine {
     bool showTypes = false;
     bool showCompFreqs = false;
     bool fast = false; ///< the plain order instead of the one that distances steer
+
+    // Of check.
+    bool json = false;                    ///< one JSON object a line instead of text
+    bool warningsAreErrors = false;       ///< a warning, too, gives the status of an error
+    bool readsStandardInput = false;      ///< the only file is a name for what standard input gives
+    std::vector<std::string> warningsOff; ///< the names of warnings that are not wanted
 };
 
 /// Reads the command line; throws a `Failure` when it is not understood.

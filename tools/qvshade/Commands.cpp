@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "Check.h"
 #include "Failure.h"
 #include "Functions.h"
 #include "Measures.h"
@@ -25,26 +26,6 @@ Functions readInput(const CommandLine& line) {
 
 std::string kindOf(const ShadingNodeSpec& spec) {
     return spec.nodeType() == kFunctionNode ? "function" : "primitive";
-}
-
-void check(const CommandLine& line) {
-    for (const std::string& library : line.libraries) {
-        readFile(library);
-    }
-    for (const std::string& file : line.files) {
-        int defined = 0;
-        long long nodes = 0;
-        long long links = 0;
-        const Functions functions = readFile(file);
-        for (const ShadingNodeSpec* spec : functions) {
-            defined += spec->nodeType() == kFunctionNode ? 1 : 0;
-            nodes += numNodes(*spec);
-            links += numLinks(*spec);
-        }
-        print(file + ": " + std::to_string(functions.size()) + " functions, " + std::to_string(defined) +
-              " of them defined, with " + std::to_string(nodes) + " nodes and " + std::to_string(links) +
-              " links\n");
-    }
 }
 
 void list(const CommandLine& line) {

@@ -1,7 +1,9 @@
 #include "Functions.h"
 
+#include "Diagnostics.h"
 #include "Failure.h"
 
+#include "shadingdag/ShadingChecker.h"
 #include "shadingdag/ShadingParser.h"
 
 #include <algorithm>
@@ -22,6 +24,21 @@ Functions allFunctions() {
     return result;
 }
 
+/// The functions that `read` adds to the library.
+template <typename Read>
+Functions addWith(const Read& read) {
+    const Functions before = allFunctions();
+    read();
+    const std::set<const ShadingNodeSpec*> known(before.begin(), before.end());
+    Functions added;
+    for (ShadingNodeSpec* spec : allFunctions()) {
+        if (known.count(spec) == 0) {
+            added.push_back(spec);
+        }
+    }
+    return added;
+}
+
 /// A parameter or result as a header has it; every frequency goes without saying.
 std::string declaration(const ShadingAttribute& attribute) {
     const CompFreqRange range = attribute.compFreqRange();
@@ -39,26 +56,30 @@ bool isDefined(const ShadingNodeSpec* spec) {
 
 } // namespace
 
-Functions readFile(const std::string& file) {
-    const Functions before = allFunctions();
+Functions addToLibrary(const std::string& file, const std::string* text) {
     ShadingParser parser;
-    if (!parser.parseFile(file, false)) {
-        const std::string error = parser.errorString();
-        // An error in the source has a place; a file that cannot be read has none. The parser
-        // begins its text with a fixed name, whatever the file is called.
-        const std::size_t place = error.find("(line ");
-        if (place == std::string::npos) {
+    return addWith([&] { text ? parser.parseText(file, *text) : parser.parseFile(file, false); });
+}
+
+Functions readFile(const std::string& file) {
+    static std::vector<std::string> earlier; // what the functions of the file may call
+    ShadingParser parser;
+    bool read = false;
+    const Functions added = addWith([&] { read = parser.parseFile(file, false); });
+    if (!read) {
+        // An error in the source has a place; a file that cannot be read has none.
+        if (parser.diagnostics().empty()) {
             throw failure(kBadSource, "cannot read '" + file + "'");
         }
-        throw Failure{kBadSource, file + error.substr(place)};
-    }
-    const std::set<const ShadingNodeSpec*> known(before.begin(), before.end());
-    Functions added;
-    for (ShadingNodeSpec* spec : allFunctions()) {
-        if (known.count(spec) == 0) {
-            added.push_back(spec);
+        ShadingChecker checker;
+        for (const std::string& library : earlier) {
+            checker.addLibrary(library);
         }
+        checker.addLibrary(file);
+        throw Failure{kBadSource, diagnosticsText(hasError(checker.diagnostics()) ? checker.diagnostics()
+                                                                                  : parser.diagnostics())};
     }
+    earlier.push_back(file);
     return added;
 }
 

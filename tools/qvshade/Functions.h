@@ -9,9 +9,12 @@
 using Functions = std::vector<qvShadingDag::ShadingNodeSpec*>;
 
 /// Reads a file, with a parser of its own, behind what the library holds and returns the functions
-/// that it added. Throws a `Failure` with the parser's text under the file's own name when the file
-/// has an error.
+/// that it added. Throws a `Failure` with all errors of the file when it has one.
 Functions readFile(const std::string& file);
+
+/// The same, but silent about errors: what stands above the first one is added. With `text`, that is
+/// read as a file of the name `file`.
+Functions addToLibrary(const std::string& file, const std::string* text = nullptr);
 
 /// The functions among `functions` that `wanted`, a name or a signature, stands for; throws a
 /// `Failure` when there are none.

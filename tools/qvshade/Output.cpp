@@ -36,6 +36,14 @@ bool boldHeadings() {
 #endif
 }
 
+bool errorsOnTerminal() {
+#if defined(_WIN32)
+    return false;
+#else
+    return isatty(STDERR_FILENO) != 0;
+#endif
+}
+
 /// The file's ending in lower case, with its point.
 std::string endingOf(const std::string& file) {
     std::string ending = std::filesystem::path(file).extension().string();
@@ -66,6 +74,10 @@ std::string draw(const std::string& graph, const std::string& format, const std:
 }
 
 } // namespace
+
+bool errorsAreColoured() {
+    return errorsOnTerminal() && boldHeadings();
+}
 
 void useBinaryStreams() {
 #if defined(_WIN32)

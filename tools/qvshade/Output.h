@@ -9,6 +9,10 @@ using Table = std::vector<std::vector<std::string>>;
 /// Standard streams write the bytes that they are given, on every platform.
 void useBinaryStreams();
 
+/// Whether what goes to standard error may be coloured: a terminal shows it, and the user has not
+/// said no.
+bool errorsAreColoured();
+
 /// Writes to standard output; throws a `Failure` when that fails.
 void print(const std::string& text);
 

@@ -1,0 +1,6 @@
+#pragma once
+
+#include "CommandLine.h"
+
+/// Prints what is wrong in the files of the command line, all of it.
+void check(const CommandLine& line);
