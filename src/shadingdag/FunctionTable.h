@@ -88,7 +88,7 @@ std::size_t editDistance(const std::string& a, const std::string& b, std::size_t
 
 /// How many changes still leave a word recognisable.
 inline std::size_t typingErrors(const std::string& word) {
-    return word.size() < 3 ? 1 : word.size() < 7 ? 2 : 3;
+    return word.size() < 5 ? 1 : word.size() < 9 ? 2 : 3;
 }
 
 } // namespace qvShadingDag

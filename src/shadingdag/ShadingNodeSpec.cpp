@@ -47,8 +47,8 @@ ShadingNodeSpec* ShadingNodeSpec::createNew(NodeType kind) {
 }
 
 ShadingNodeSpec::~ShadingNodeSpec() {
-    if (fInLibrary) {
-        fLibrary.erase(fLibraryPlace);
+    if (fHome) {
+        fHome->erase(fLibraryPlace);
     }
     for (const ShadingLink* link : fInternalLinks) {
         delete link;

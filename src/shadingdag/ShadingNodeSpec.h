@@ -245,7 +245,7 @@ public:
     /// The whole library: by the bytes of the names, functions of one name in the order of their
     /// adding.
     static void allSpecsInLibrary(LibraryIterator& first, LibraryIterator& last);
-    /// Destroys all functions of the library.
+    /// Destroys all functions of the library, and those that were replaced by a newer reading.
     static void clearLibrary();
     /// @}
 
@@ -253,6 +253,7 @@ private:
     friend class BodyCopier;
     friend class ExpansionCheck;
     friend class FlatGraph;
+    friend class LibraryReplacement;
 
     explicit ShadingNodeSpec(NodeType kind);
 
@@ -271,14 +272,15 @@ private:
                                ShadingNode& to);
 
     static std::multimap<std::string, ShadingNodeSpec*> fLibrary;
+    static std::multimap<std::string, ShadingNodeSpec*> fReplaced; // by a newer reading of their file
 
     std::string fName;
     std::string fSourceFile;
     FileLocation fSourceLocation{0, 0};
     NodeType fNodeType;
     bool fFullySpecified = false;
-    bool fInLibrary = false;
-    std::multimap<std::string, ShadingNodeSpec*>::iterator fLibraryPlace; // while fInLibrary
+    std::multimap<std::string, ShadingNodeSpec*>* fHome = nullptr;        // which of the two holds it
+    std::multimap<std::string, ShadingNodeSpec*>::iterator fLibraryPlace; // while one does
     std::list<ShadingAttribute> fInputs;
     std::list<ShadingAttribute> fOutputs;
     // The offset and type of the first output of each name; empty while there are only a few outputs.

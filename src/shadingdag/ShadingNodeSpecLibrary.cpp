@@ -7,6 +7,7 @@
 namespace qvShadingDag {
 
 std::multimap<std::string, ShadingNodeSpec*> ShadingNodeSpec::fLibrary;
+std::multimap<std::string, ShadingNodeSpec*> ShadingNodeSpec::fReplaced;
 
 namespace {
 
@@ -19,10 +20,10 @@ struct LibraryKeeper {
 } // namespace
 
 void ShadingNodeSpec::addToLibrary() {
-    if (!fInLibrary) {
+    if (!fHome) {
         fFullySpecified = true;
         fLibraryPlace = fLibrary.emplace(fName, this); // behind those of the same name
-        fInLibrary = true;
+        fHome = &fLibrary;
     }
 }
 
@@ -42,11 +43,13 @@ void ShadingNodeSpec::allSpecsInLibrary(LibraryIterator& first, LibraryIterator&
 }
 
 void ShadingNodeSpec::clearLibrary() {
-    const auto specs = std::move(fLibrary);
-    fLibrary.clear();
-    for (const auto& entry : specs) {
-        entry.second->fInLibrary = false;
-        delete entry.second;
+    for (auto* home : {&fLibrary, &fReplaced}) {
+        const auto specs = std::move(*home);
+        home->clear();
+        for (const auto& entry : specs) {
+            entry.second->fHome = nullptr;
+            delete entry.second;
+        }
     }
 }
 

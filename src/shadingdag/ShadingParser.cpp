@@ -1,6 +1,7 @@
 #include "shadingdag/ShadingParser.h"
 
 #include "core/Exception.h"
+#include "shadingdag/LibraryReplacement.h"
 #include "shadingdag/NodeOrigin.h"
 #include "shadingdag/ShadingNode.h"
 #include "shadingdag/ShadingNodeSpec.h"
@@ -81,6 +82,24 @@ bool ShadingParser::parseText(const std::string& name, std::string_view text) {
         return false;
     }
     return parseSource();
+}
+
+bool ShadingParser::reloadFile(const std::string& fileName, Replacements& replaced) {
+    LibraryReplacement replacement(fileName);
+    const bool parsed = parseFile(fileName, false);
+    if (parsed) {
+        replaced = replacement.confirm();
+    }
+    return parsed;
+}
+
+bool ShadingParser::reloadText(const std::string& name, std::string_view text, Replacements& replaced) {
+    LibraryReplacement replacement(name);
+    const bool parsed = parseText(name, text);
+    if (parsed) {
+        replaced = replacement.confirm();
+    }
+    return parsed;
 }
 
 /// Reads the functions of what was opened last.

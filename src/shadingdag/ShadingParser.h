@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace qvShadingDag {
@@ -46,6 +47,16 @@ public:
 
     /// Reads `text`, as it is on every platform, as a file called `name`.
     bool parseText(const std::string& name, std::string_view text);
+
+    /// An old function and the one that took its place; null where the new reading has none of its
+    /// name and parameters.
+    using Replacements = std::vector<std::pair<ShadingNodeSpec*, ShadingNodeSpec*>>;
+    /// Reads a file again in place of what a file of that name had put into the library. The old
+    /// functions leave the look-up but live until the library is cleared, so that graphs which call
+    /// them stay whole. At an error, false: the library is then as it was.
+    bool reloadFile(const std::string& fileName, Replacements& replaced);
+    /// The same from memory (see `parseText`).
+    bool reloadText(const std::string& name, std::string_view text, Replacements& replaced);
 
     /// What was found in the sources read so far: the error, if one ended the reading, with its place
     /// as an editor counts, and warnings of what the reader comes across anyway. A `ShadingChecker`

@@ -102,4 +102,126 @@ TEST(ShadingChecker, RefusesWhatTheParserRefuses) {
     }
 }
 
+// A carriage return is no column. On Windows files are read in text mode, which removes it; where
+// it stays, it is one of the two characters that are lost behind a block comment.
+TEST(ShadingChecker, ReadsLineEndsOfWindows) {
+    struct {
+        const char* source;
+        const char* asBytes;
+        const char* asText;
+    } const rows[] = {
+        {"float f(float x) {\r\n    return y;\r\n}\r\n", "2:12 error", "2:12 error"},
+        {"float f(float x)\r\n{ return x }\r\n", "2:11 error", "2:11 error"},
+        {"/* c */\r\nint g(int y) { return y; }\r\n", "", "1:6 comment-eats-text, 2:2 error"},
+        {"// a // b\r\n\r\nint g(int y) { return y; }\r\n", "", "1:6 comment-in-comment"},
+    };
+    for (const auto& row : rows) {
+        ShadingChecker checker;
+        EXPECT_TRUE(checker.checkFile(writeSource("line_ends.qvs", row.source)));
+#if defined(_WIN32)
+        EXPECT_EQ(summary(checker.diagnostics()), row.asText) << row.source;
+#else
+        EXPECT_EQ(summary(checker.diagnostics()), row.asBytes) << row.source;
+#endif
+    }
+}
+
+// What stands in the notes and beside the place.
+TEST(ShadingChecker, SaysWhatWasMeant) {
+    struct {
+        const char* source;
+        const char* expected; ///< message, and the notes behind it
+    } const rows[] = {
+        {"float f(float normla, float x) { return normal + x + normla; }",
+         "no variable is called \"normal\"; did you mean \"normla\"?"},
+        {"float f(float3 v) { return dto(v, v); }",
+         "no function is called \"dto\" | base.qvs:7:7 did you mean \"dot\"?"},
+        {"float f(int i) { return sin(i); }",
+         "no function \"sin\" takes (int); nothing is converted: write toFloat(...) or toInt(...) | "
+         "base.qvs:6:7 sin(float): argument 1 is int, not float | base.qvs:6:29 sin(float2): argument 1 is "
+         "int, not "
+         "float2"},
+        {"float f(float x, float y) { return scaled(x, y); }",
+         "parameter \"factor\" of \"scaled\" allows constant, this value is constant:fragment | "
+         "base.qvs:10:7 "
+         "scaled(float, float)"},
+    };
+    for (const auto& row : rows) {
+        ShadingChecker checker;
+        checker.checkText("base.qvs", readWhole(kData + "base.qvs"));
+        checker.checkText("source.qvs", row.source);
+        ASSERT_EQ(checker.diagnostics().size(), 1U) << row.source;
+        const Diagnostic& found = checker.diagnostics().front();
+        std::string text = found.message;
+        for (const DiagnosticNote& note : found.notes) {
+            text += " | " + note.file + ":" + std::to_string(note.line) + ":" + std::to_string(note.column) +
+                    " " + note.message;
+        }
+        EXPECT_EQ(text, row.expected);
+        EXPECT_EQ(found.sourceLine, row.source);
+    }
+}
+
+TEST(ShadingChecker, EndsItsListAndItsNesting) {
+    std::string many;
+    for (int i = 0; i < 120; ++i) {
+        many += "float f" + std::to_string(i) + "(float x) { return y; }\n";
+    }
+    ShadingChecker checker;
+    checker.checkText("many.qvs", many);
+    checker.checkText("more.qvs", many);
+    EXPECT_EQ(checker.diagnostics().size(), 100U);
+    EXPECT_EQ(checker.diagnostics().back().line, 100U);
+
+    const auto nested = [](std::size_t depth, const std::string& open) {
+        return "float f(float x) { return " + std::string(depth, '(').replace(0, 0, open) + "x" +
+               std::string(depth + (open.empty() ? 0 : 1), ')') + "; }";
+    };
+    EXPECT_EQ(check(nested(255, "")), "");
+    EXPECT_EQ(check(nested(256, "")), "1:282 error");
+    EXPECT_EQ(check(nested(100000, "sin(")), "1:285 error");
+}
+
+// A library's errors are told, its warnings are not; a checker leaves the host's library alone.
+TEST(ShadingChecker, KeepsToItself) {
+    const std::string file = writeSource("library.qvs", "float f(float x, float y) { return x; }\nfloat g(;");
+    ShadingChecker checker;
+    EXPECT_TRUE(checker.addLibrary(file));
+    EXPECT_EQ(summary(checker.diagnostics()), "2:9 error");
+    EXPECT_FALSE(checker.checkFile(file + ".missing"));
+    EXPECT_EQ(ShadingNodeSpec::findSpecInLibrary("f"), nullptr);
+}
+
+// What a newer reading of a file changes for look-ups, and what stays for graphs.
+TEST(ShadingParserReload, ReplacesTheFunctionsOfAFile) {
+    const auto parse = [](const char* name, const char* text) {
+        ShadingParser parser;
+        EXPECT_TRUE(parser.parseText(name, text)) << parser.errorString();
+    };
+    parse("a.qvs", "float f(float x); float gone(float x) { return f(x); }");
+    parse("b.qvs", "float f(float x) { return x; } float g(float x) { return gone(x); }");
+    ShadingNodeSpec* const declared = ShadingNodeSpec::findSpecInLibrary("f");
+    ShadingNodeSpec* const gone = ShadingNodeSpec::findSpecInLibrary("gone");
+
+    ShadingParser::Replacements replaced;
+    ShadingParser failing;
+    EXPECT_FALSE(failing.reloadText("a.qvs", "float f(float x); float h(float x) { return y; }", replaced));
+    EXPECT_TRUE(replaced.empty());
+    EXPECT_EQ(failing.diagnostics().back().column, 45U);
+    EXPECT_EQ(ShadingNodeSpec::findSpecInLibrary("f"), declared) << "stands before that of b.qvs again";
+    EXPECT_EQ(ShadingNodeSpec::findSpecInLibrary("gone"), gone);
+    EXPECT_EQ(ShadingNodeSpec::findSpecInLibrary("h"), nullptr);
+
+    ShadingParser parser;
+    EXPECT_TRUE(
+        parser.reloadText("a.qvs", "float more(float x); float f(float x) { return more(x); }", replaced));
+    ShadingNodeSpec* const renewed = ShadingNodeSpec::findSpecInLibrary("f");
+    EXPECT_EQ(replaced, (ShadingParser::Replacements{{declared, renewed}, {gone, nullptr}}));
+    EXPECT_EQ(renewed->sourceFile(), "a.qvs") << "still before that of b.qvs";
+    EXPECT_EQ(ShadingNodeSpec::findSpecInLibrary("gone"), nullptr);
+    ShadingNodeSpec::findSpecInLibrary("g")->expandFunctionCalls(); // calls what was replaced
+    ShadingNodeSpec::clearLibrary();
+    EXPECT_EQ(ShadingNodeSpec::fsNumInstances_ShadingNodeSpec, 0);
+}
+
 } // namespace
