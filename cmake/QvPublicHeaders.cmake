@@ -49,6 +49,7 @@ qv_add_public_headers(
   HSLFragmentProgram.h
   IShadingDagConvertor.h
   HSLConvertor.h)
+qv_add_public_headers(conversion Placement.h)
 qv_add_public_headers(
   geometry
   IBounds.h
