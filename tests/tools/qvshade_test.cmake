@@ -41,6 +41,18 @@ run(check_broken 1 check base.qvs broken.qvs)
 run(check_warnings 0 check base.qvs warnings.qvs)
 run(check_werror 1 check --werror -W no-unused-parameter -l base.qvs warnings.qvs)
 run(check_json 0 check -l base.qvs warnings.qvs --format=json)
+# The documents show one such output, from the root of the project.
+execute_process(
+  COMMAND ${QVSHADE} check -l stdlib/stdlib.qvs tests/data/diagnostics/example.qvs
+  WORKING_DIRECTORY "${CMAKE_CURRENT_LIST_DIR}/../.."
+  ERROR_VARIABLE example)
+foreach(document README.md docs/diagnostics.md)
+  file(READ "${CMAKE_CURRENT_LIST_DIR}/../../${document}" text)
+  string(FIND "${text}" "\n${example}```" place)
+  if(place EQUAL -1)
+    message(SEND_ERROR "${document} does not show what qvshade prints:\n${example}")
+  endif()
+endforeach()
 run(list_broken 1 list -l base.qvs broken.qvs)
 run(check_missing 1 check nowhere.qvs)
 run(check_folder 1 check .)
