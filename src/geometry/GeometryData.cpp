@@ -11,6 +11,9 @@ void releaseArray(void* data) {
     delete[] static_cast<T*>(data);
 }
 
+/// For data that is only lent.
+void leaveArray(void* /*data*/) {}
+
 struct ElementTypeRow {
     unsigned int size;
     void (*release)(void* data);
@@ -46,7 +49,7 @@ struct GeometryData::Shared {
     static std::shared_ptr<const Shared> of(const char* name, ElementType type, void* data) {
         const ElementTypeRow* row = rowOf(type);
         Elements elements(
-            data, row ? row->release : [](void*) {});
+            data, row ? row->release : leaveArray);
         return std::make_shared<const Shared>(name ? name : "", std::move(elements));
     }
 
