@@ -9,8 +9,7 @@ macro(qv_add_public_headers folder)
   endforeach()
 endmacro()
 
-qv_add_public_headers(base Export.h Points.h Vectors.h AffineMatrix.h ProjMatrix.h qvLinear.h CString.h
-                      TumbleView.h)
+qv_add_public_headers(base Export.h Points.h Vectors.h AffineMatrix.h ProjMatrix.h qvLinear.h CString.h)
 qv_add_public_headers(
   core
   qvSharedObject.h
@@ -50,7 +49,7 @@ qv_add_public_headers(
   HSLFragmentProgram.h
   IShadingDagConvertor.h
   HSLConvertor.h)
-qv_add_public_headers(conversion Placement.h)
+qv_add_public_headers(conversion Placement.h ProgramConvertor.h ProgramInterface.h ProgramTarget.h)
 qv_add_public_headers(
   geometry
   IBounds.h

@@ -38,12 +38,12 @@ public:
 
     /// Replaces the text.
     CString& assign(const char* text);
-    /// Replaces the text by that of `other`, which may be this string.
+    /// The same for a string.
     CString& assign(const CString& other);
 
     /// Adds to the end of the text.
     CString& append(const char* text);
-    /// Adds the text of `other`, which may be this string.
+    /// The same for a string.
     CString& append(const CString& other);
 
     /// Replaces the text with `pattern`, its conversions filled as by `printf`; the result may have

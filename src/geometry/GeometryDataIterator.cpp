@@ -1,9 +1,10 @@
 #include "geometry/GeometryDataIterator.h"
 
 void GeometryDataIterator::reset(const GeometryDataIndex* index, const unsigned int* collections) {
-    fIndex = index;
+    fIndexArray = index ? index->indexArray() : nullptr;
     fPosition = 0;
-    fRangeEnd = kNoRange;
+    fCount = fIndexArray ? index->indicesCount() : 0;
+    fEnd = fCount;
     fVertex = fNormal = fTextureCoord = fTextureCoord2 = fColor = fWeight = fTangent = fTangent2 = fBinormal =
         fUserData = Attribute();
     if (!index) {
@@ -53,7 +54,6 @@ void GeometryDataIterator::reset(const GeometryDataIndex* index, const unsigned 
 }
 
 bool GeometryDataIterator::setRange(unsigned long /*start*/, unsigned long end) {
-    const bool fits = end <= count();
-    fRangeEnd = fits ? end : kNoRange;
-    return fits;
+    fEnd = end <= fCount ? end : fCount;
+    return end <= fCount;
 }

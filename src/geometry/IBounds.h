@@ -16,7 +16,7 @@
 ///     box.unionOf(a, b, both);   // {0, 2}
 class QV_EXPORT IBounds {
 public:
-    /// What an object is. On purpose: no class uses the values 0 to 3, which hosts never see.
+    /// What an object is. On purpose: no class uses the values 0 to 3.
     enum BoundsType : int {
         kInvalidBoundsType = -1,
         kAABoundingBoxType = 4,
@@ -53,30 +53,29 @@ public:
     /// Sets that setting.
     static void setTolerance(float tolerance);
 
-    /// Whether low <= v <= high.
+    /// Whether `v` lies in [low, high], widened by `tol` at both ends.
     bool contains(float low, float high, float v) const { return low <= v && v <= high; }
-    /// Whether low - tol <= v <= high + tol.
+    /// The same, widened.
     bool contains(float low, float high, float v, float tol) const {
         return low - tol <= v && v <= high + tol;
     }
-    /// Whether `v` lies in the interval `range`.
+    /// The same for an interval of two floats.
     bool contains(const float* range, float v) const { return contains(range[0], range[1], v); }
-    /// Whether `v` lies in the interval `range`, widened by `tol` at both ends.
+    /// The same, widened.
     bool contains(const float* range, float v, float tol) const {
         return contains(range[0], range[1], v, tol);
     }
 
-    /// On purpose: it is the FIRST interval that is looked for within the second, so that
-    /// `contains({1, 2}, {0, 5})` is true.
+    /// On purpose: whether the FIRST interval lies within the second, widened by `tol`.
     bool contains(const float* a, const float* b) const { return b[0] <= a[0] && a[1] <= b[1]; }
-    /// Whether the first interval lies within the second when that is widened by `tol` at both ends.
+    /// The same, widened.
     bool contains(const float* a, const float* b, float tol) const {
         return b[0] - tol <= a[0] && a[1] <= b[1] + tol;
     }
 
-    /// Whether the intervals have a point in common.
+    /// Whether the intervals have a point in common, the second one widened by `tol`.
     bool intersects(const float* a, const float* b) const { return a[0] <= b[1] && b[0] <= a[1]; }
-    /// Whether they have a point in common when the second is widened by `tol` at both ends.
+    /// The same, widened.
     bool intersects(const float* a, const float* b, float tol) const {
         return a[0] <= b[1] + tol && b[0] - tol <= a[1];
     }

@@ -1,0 +1,524 @@
+#include "conversion/ProgramWriter.h"
+
+#include "core/Exception.h"
+#include "shadingdag/ShadingNode.h"
+#include "shadingdag/ShadingNodeSpec.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <unordered_map>
+
+namespace qvShadingDag {
+
+namespace {
+
+using Index = FlatProgram::Index;
+constexpr Index kNone = FlatProgram::kNone;
+
+enum Stage : int { kVertexStage, kFragmentStage };
+
+/// A text that grows line by line and knows where its lines come from.
+class TextWriter {
+public:
+    const ProgramTarget& target;
+
+    TextWriter(const FlatProgram& flat, const ProgramTarget& textTarget) : target(textTarget), fFlat(flat) {}
+
+    void begin(std::string& text, std::vector<SourceLine>& lines) {
+        fText = &text;
+        fLines = &lines;
+    }
+
+    TextWriter& operator<<(std::string_view text) {
+        *fText += text;
+        return *this;
+    }
+
+    TextWriter& operator<<(unsigned number) {
+        std::array<char, 16> digits{};
+        fText->append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr);
+        return *this;
+    }
+
+    /// Ends a line that comes from a node, with a comment that says where it was written.
+    void endLine(Index node) {
+        const ShadingNode* origin = node == kNone ? nullptr : fFlat.nodes[node].origin;
+        if (!origin || origin->sourceLocation().line == 0) {
+            endLine();
+            return;
+        }
+        const SourceLine line = {fileOf(origin->sourceFile()), origin->sourceLocation().line};
+        *this << " // " << fCommentNames[line.file] << ":" << line.line;
+        *fText += '\n';
+        fLines->push_back(line);
+    }
+
+    /// Ends a line that no node stands for.
+    void endLine() {
+        *fText += '\n';
+        fLines->push_back({});
+    }
+
+    /// Whole lines.
+    void addLines(std::string_view lines) {
+        *fText += lines;
+        fLines->insert(fLines->end(), static_cast<std::size_t>(std::count(lines.begin(), lines.end(), '\n')),
+                       SourceLine{});
+    }
+
+    std::uint32_t fileOf(const std::string& file) {
+        if (&file == fLastFile) {
+            return fLastPosition;
+        }
+        auto found = std::find(fFiles.begin(), fFiles.end(), file);
+        if (found == fFiles.end()) {
+            fFiles.push_back(file);
+            fCommentNames.push_back(file);
+            for (char& c : fCommentNames.back()) {
+                c = static_cast<unsigned char>(c) < ' ' ? ' ' : c; // a comment ends with its line
+            }
+            found = fFiles.end() - 1;
+        }
+        fLastFile = &file;
+        fLastPosition = static_cast<std::uint32_t>(found - fFiles.begin());
+        return fLastPosition;
+    }
+
+    std::vector<std::string>& files() { return fFiles; }
+
+private:
+    const FlatProgram& fFlat;
+    std::string* fText = nullptr;
+    std::vector<SourceLine>* fLines = nullptr;
+    std::vector<std::string> fFiles;
+    std::vector<std::string> fCommentNames;
+    const std::string* fLastFile = nullptr;
+    std::uint32_t fLastPosition = 0;
+};
+
+/// The type of a variable at the border of a program, where a bool is an int.
+std::string_view carrierType(const ProgramTarget& target, DataType type) {
+    return target.typeName(type == kBool ? kInt : type);
+}
+
+bool inStage(const ProgramVariable& variable, Stage stage) {
+    return stage == kVertexStage ? variable.inVertex : variable.inFragment;
+}
+
+bool anyInStage(const std::vector<ProgramVariable>& variables, Stage stage) {
+    return std::any_of(variables.begin(), variables.end(),
+                       [stage](const ProgramVariable& variable) { return inStage(variable, stage); });
+}
+
+std::string_view samplerType(const ProgramVariable& map, const ProgramTarget& target) {
+    const struct {
+        const char* kind;
+        std::string_view glsl, portable, hlsl; // portable: where only 2D, 3D and CUBE are
+    } kTypes[] = {
+        {"1D", "sampler1D", "sampler2D", "Texture1D"},
+        {"2D", "sampler2D", "sampler2D", "Texture2D"},
+        {"3D", "sampler3D", "sampler3D", "Texture3D"},
+        {"CUBE", "samplerCube", "samplerCube", "TextureCube"},
+        {"RECT", "sampler2DRect", "sampler2D", "Texture2D"},
+    };
+    for (const auto& row : kTypes) {
+        if (map.kind == row.kind) {
+            const bool rectangle = map.kind == "RECT" && target.id == ProgramTarget::kVulkan450;
+            const bool portable = target.id == ProgramTarget::kEs300 || rectangle;
+            return target.language == ProgramTarget::kHlslWords ? row.hlsl
+                   : portable                                   ? row.portable
+                                                                : row.glsl;
+        }
+    }
+    return {};
+}
+
+// The declarations around the bodies of the GLSL targets, and the opening of main.
+void declareGlsl(TextWriter& out, const ProgramInterface& variables, Stage stage) {
+    const ProgramTarget& target = out.target;
+    if (stage == kFragmentStage) {
+        out.addLines(target.precision);
+        std::vector<std::string_view> types;
+        for (const ProgramVariable& map : variables.samplers) {
+            const std::string_view type = samplerType(map, target);
+            if (target.samplerPrecision && map.inFragment &&
+                std::find(types.begin(), types.end(), type) == types.end()) {
+                types.push_back(type);
+                out << "precision highp " << type << ";";
+                out.endLine();
+            }
+        }
+    }
+    const auto declareUniforms = [&](const char* before) {
+        for (const auto* list : {&variables.uniforms, &variables.hoisted}) {
+            for (const ProgramVariable& uniform : *list) {
+                if (target.uniformBlock || inStage(uniform, stage)) {
+                    out << before << carrierType(target, uniform.type) << " " << uniform.name << ";";
+                    out.endLine();
+                }
+            }
+        }
+    };
+    if (!target.uniformBlock) {
+        declareUniforms("uniform ");
+    } else if (anyInStage(variables.uniforms, stage) || anyInStage(variables.hoisted, stage)) {
+        out.addLines("layout(std140, set = 0, binding = 0) uniform Uniforms {\n");
+        declareUniforms("    ");
+        out.addLines("};\n");
+    }
+    for (const ProgramVariable& map : variables.samplers) {
+        if (inStage(map, stage)) {
+            if (target.explicitInterface) {
+                out << "layout(set = 0, binding = " << static_cast<unsigned>(map.binding) << ") ";
+            }
+            out << "uniform " << samplerType(map, target) << " " << map.name << ";";
+            out.endLine();
+        }
+    }
+    if (stage == kVertexStage) {
+        for (const ProgramVariable& attribute : variables.attributes) {
+            out << "layout(location = " << static_cast<unsigned>(attribute.location) << ") in "
+                << carrierType(target, attribute.type) << " " << attribute.name << ";";
+            out.endLine();
+        }
+    }
+    for (const ProgramVariable& varying : variables.varyings) {
+        if (target.explicitInterface) {
+            out << "layout(location = " << static_cast<unsigned>(varying.location);
+            if (varying.component > 0) {
+                out << ", component = " << static_cast<unsigned>(varying.component);
+            }
+            out << ") ";
+        }
+        out << (varying.flat ? "flat " : "") << (stage == kVertexStage ? "out " : "in ")
+            << carrierType(target, varying.type) << " " << varying.name << ";";
+        out.endLine();
+    }
+    for (const ProgramVariable& output : variables.outputs) {
+        if (stage == kFragmentStage && output.location >= 0) {
+            out << "layout(location = " << static_cast<unsigned>(output.location) << ") out "
+                << target.typeName(output.type) << " " << output.name << ";";
+            out.endLine();
+        }
+    }
+    out.endLine();
+}
+
+// The same for HLSL: a constant buffer with its offsets, maps with their samplers.
+void declareHlsl(TextWriter& out, const ProgramInterface& variables, Stage stage) {
+    const ProgramTarget& target = out.target;
+    if (anyInStage(variables.uniforms, stage) || anyInStage(variables.hoisted, stage)) {
+        out.addLines("cbuffer Uniforms : register(b0) {\n");
+        for (const auto* list : {&variables.uniforms, &variables.hoisted}) {
+            for (const ProgramVariable& uniform : *list) {
+                const bool matrix = uniform.type >= kMatrix2 && uniform.type <= kMatrix4;
+                out << (matrix ? "    row_major " : "    ") << carrierType(target, uniform.type) << " "
+                    << uniform.name << " : packoffset(c" << static_cast<unsigned>(uniform.offset / 16);
+                static constexpr std::string_view kParts[] = {"", ".y", ".z", ".w"};
+                out << kParts[uniform.offset % 16 / 4] << ");";
+                out.endLine();
+            }
+        }
+        out.addLines("};\n");
+    }
+    for (const ProgramVariable& map : variables.samplers) {
+        if (inStage(map, stage)) {
+            const auto binding = static_cast<unsigned>(map.binding);
+            out << samplerType(map, target) << " " << map.name << " : register(t" << binding << ");";
+            out.endLine();
+            out << "SamplerState " << map.name << "Sampler : register(s" << binding << ");";
+            out.endLine();
+        }
+    }
+    out.endLine();
+}
+
+// What an HLSL program takes and gives are the parameters of its main. The clip position comes behind
+// the varyings, so that these have the same registers in both programs.
+void openHlsl(TextWriter& out, const ProgramInterface& variables, Stage stage, std::string_view position) {
+    const ProgramTarget& target = out.target;
+    out << "void main(";
+    std::string_view separator;
+    const auto parameter = [&](std::string_view before, DataType type, std::string_view name,
+                               std::string_view semantic, int number) {
+        out << separator << before << carrierType(target, type) << " " << name << " : " << semantic;
+        if (number >= 0) {
+            out << static_cast<unsigned>(number);
+        }
+        separator = ", ";
+    };
+    if (stage == kVertexStage) {
+        for (const ProgramVariable& attribute : variables.attributes) {
+            parameter("in ", attribute.type, attribute.name, "TEXCOORD", attribute.location);
+        }
+    }
+    for (const ProgramVariable& varying : variables.varyings) {
+        const std::string_view direction = stage == kVertexStage ? "out " : "in ";
+        parameter(stage == kFragmentStage && varying.flat ? "nointerpolation in " : direction, varying.type,
+                  varying.name, "TEXCOORD", varying.location);
+    }
+    if (stage == kVertexStage) {
+        parameter("out ", kFloat4, position, "SV_Position", -1);
+    } else {
+        for (const ProgramVariable& output : variables.outputs) {
+            if (output.inFragment) {
+                parameter("out ", output.type, output.name, output.location >= 0 ? "SV_Target" : "SV_Depth",
+                          output.location);
+            }
+        }
+    }
+    out.addLines(") {\n");
+}
+
+void openGlsl(TextWriter& out, const ProgramInterface& /*variables*/, Stage /*stage*/,
+              std::string_view /*position*/) {
+    out.addLines("void main() {\n");
+}
+
+/// What a target writes around the body in a way of its own.
+struct Frame {
+    void (*declare)(TextWriter& out, const ProgramInterface& variables, Stage stage);
+    void (*open)(TextWriter& out, const ProgramInterface& variables, Stage stage, std::string_view position);
+};
+
+constexpr Frame kFrames[] = {{declareGlsl, openGlsl}, {declareHlsl, openHlsl}}; // by language
+
+// A helper, and where it is for scalars its overloads for vectors, which call it for each component.
+void writeHelper(TextWriter& out, const HelperFunction& helper) {
+    out.addLines(helper.text);
+    static constexpr std::string_view kParameters[] = {"a", "b"};
+    static constexpr std::string_view kComponents[] = {".x", ".y", ".z", ".w"};
+    for (int width = 2; helper.arity > 0 && width <= 4; ++width) {
+        const std::string_view type = out.target.typeName(static_cast<DataType>(helper.result + width - 1));
+        out << type << " " << helper.name << "(";
+        for (int i = 0; i < helper.arity; ++i) {
+            out << (i == 0 ? "" : ", ")
+                << out.target.typeName(static_cast<DataType>(helper.argument + width - 1)) << " "
+                << kParameters[i];
+        }
+        out.addLines(") {\n");
+        out << "    return " << type << "(";
+        for (int component = 0; component < width; ++component) {
+            out << (component == 0 ? "" : ", ") << helper.name << "(";
+            for (int i = 0; i < helper.arity; ++i) {
+                out << (i == 0 ? "" : ", ") << kParameters[i] << kComponents[component];
+            }
+            out << ")";
+        }
+        out.addLines(");\n}\n");
+    }
+}
+
+/// One conversion to one target.
+class ProgramWriter {
+public:
+    ProgramWriter(const PlacedProgram& placed, const ShadingNodeSpec& function, const ProgramTarget& target,
+                  const PlacementOptions& options, const std::vector<HostSpelling>& hostSpellings,
+                  InterfacePlan& plan)
+        : fPlaced(placed), fFlat(placed.flat), fFunction(function), fTarget(target), fOptions(options),
+          fHostSpellings(hostSpellings), fSpellings(placed.flat, target, hostSpellings),
+          fOut(placed.flat, target), fPlan(plan) {}
+
+    ProgramTexts write() {
+        NameTable names(ReservedWords::of(fTarget));
+        std::vector<std::string> hostWords;
+        for (const HostSpelling& host : fHostSpellings) {
+            collectCalledWords(host.spelling.text, hostWords);
+            collectCalledWords(host.helper, hostWords);
+        }
+        for (const std::string& word : hostWords) {
+            names.reserve(word);
+        }
+        names.reserve("Uniforms");
+        fPlan = planInterface(fPlaced, fTarget, fOptions, names);
+        findPosition(names);
+        for (const Stage stage : {kVertexStage, kFragmentStage}) {
+            NameTable stageNames = names;
+            writeStage(stage, stageNames);
+        }
+        fTexts.files = std::move(fOut.files());
+        fTexts.variables = fPlan.variables;
+        return std::move(fTexts);
+    }
+
+private:
+    void findPosition(NameTable& names) {
+        for (const ProgramVariable& output : fPlan.variables.outputs) {
+            if (output.type == kFloat4 && output.inVertex) {
+                fPosition = output.name;
+            }
+        }
+        if (fPosition.empty()) {
+            fPosition = fTarget.language == ProgramTarget::kGlslWords
+                            ? std::string("gl_Position")
+                            : std::string(names.give("o_", "position"));
+        }
+    }
+
+    void writeStage(Stage stage, NameTable& names) {
+        ProgramBody body(fPlaced, fTarget, fSpellings, names, fFunction.name());
+        provideUniforms(body, stage);
+        if (stage == kVertexStage) {
+            provideAttributes(body, names);
+            assignVaryings(body);
+        } else {
+            provideVaryings(body);
+        }
+        assignOutputs(body, stage);
+        body.write(stage == kVertexStage ? fPlaced.vertexNodes : fPlaced.fragmentNodes);
+        if (stage == kVertexStage && fPlan.impliedMatrix >= 0) {
+            body.append(fPosition, impliedPosition(body));
+        }
+        writeText(stage, body);
+    }
+
+    // A bool crosses as an int.
+    void provide(ProgramBody& body, const ProgramVariable& variable, Index value) const {
+        if (value == kNone) {
+            return;
+        }
+        if (variable.type == kBool) {
+            body.provide(value, variable.name + " != 0", Spelling::kEquality);
+        } else {
+            body.provide(value, variable.name);
+        }
+    }
+
+    void provideUniforms(ProgramBody& body, Stage stage) const {
+        const ProgramInterface& variables = fPlan.variables;
+        for (std::size_t i = 0; i < variables.uniforms.size(); ++i) {
+            provide(body, variables.uniforms[i], fPlan.uniformValues[i]);
+        }
+        for (std::size_t i = 0; i < variables.hoisted.size(); ++i) {
+            provide(body, variables.hoisted[i], fPlan.hoistedValues[i]);
+        }
+        for (std::size_t i = 0; i < variables.samplers.size() && stage == kFragmentStage; ++i) {
+            body.provide(fPlan.samplerValues[i], variables.samplers[i].name);
+        }
+    }
+
+    void provideAttributes(ProgramBody& body, NameTable& names) const {
+        for (std::size_t i = 0; i < fPlan.variables.attributes.size(); ++i) {
+            const ProgramVariable& attribute = fPlan.variables.attributes[i];
+            if (attribute.type >= kClampu && attribute.type <= kClampu4) {
+                body.provideAs(fPlan.attributeValues[i], names.give("", attribute.input), "clamp(",
+                               attribute.name, ", 0.0, 1.0)");
+            } else {
+                provide(body, attribute, fPlan.attributeValues[i]);
+            }
+        }
+    }
+
+    void assignVaryings(ProgramBody& body) const {
+        for (std::size_t i = 0; i < fPlan.variables.varyings.size(); ++i) {
+            const ProgramVariable& varying = fPlan.variables.varyings[i];
+            const bool isBool = varying.type == kBool;
+            body.assign({fPlan.varyingValues[i], varying.name, isBool ? "int(" : "", isBool ? ")" : ""});
+        }
+    }
+
+    void provideVaryings(ProgramBody& body) const {
+        for (std::size_t i = 0; i < fPlan.variables.varyings.size(); ++i) {
+            provide(body, fPlan.variables.varyings[i], fPlan.varyingValues[i]);
+        }
+    }
+
+    void assignOutputs(ProgramBody& body, Stage stage) const {
+        for (std::size_t i = 0; i < fPlan.variables.outputs.size(); ++i) {
+            const ProgramVariable& output = fPlan.variables.outputs[i];
+            if (!inStage(output, stage)) {
+                continue;
+            }
+            ProgramBody::Assignment assignment = {fPlan.outputValues[i], output.name, "", ""};
+            const DataType type = fFlat.valueTypes[assignment.value];
+            if (fPlan.outputRoles[i] == PlacedProgram::kColor && type != kFloat4 && type != kClampu4) {
+                widen(assignment, type);
+            }
+            body.assign(std::move(assignment));
+        }
+    }
+
+    // A colour of fewer components, or of whole numbers: what is missing is 0, 0, 0, 1.
+    void widen(ProgramBody::Assignment& assignment, DataType type) const {
+        static constexpr const char* kMissing[] = {", 0.0, 0.0, 1.0)", ", 0.0, 1.0)", ", 1.0)", ")"};
+        const int width = componentCount(type);
+        assignment.before = std::string(fTarget.typeName(kFloat4)) + "(";
+        assignment.after = kMissing[width - 1];
+        if (type == kBool || (type >= kInt && type <= kInt4)) {
+            assignment.before +=
+                std::string(fTarget.typeName(static_cast<DataType>(kFloat + width - 1))) + "(";
+            assignment.after.insert(0, ")");
+        }
+    }
+
+    std::string impliedPosition(ProgramBody& /*body*/) const {
+        const ProgramVariable& attribute = fPlan.variables.attributes[fPlan.impliedPosition];
+        const std::string& matrix = fPlan.variables.uniforms[fPlan.impliedMatrix].name;
+        const std::string position = attribute.type == kFloat4 ? attribute.name
+                                                               : std::string(fTarget.typeName(kFloat4)) +
+                                                                     "(" + attribute.name + ", 1.0)";
+        return fTarget.language == ProgramTarget::kGlslWords ? matrix + " * " + position
+                                                             : "mul(" + position + ", " + matrix + ")";
+    }
+
+    void writeText(Stage stage, const ProgramBody& body) {
+        fOut.begin(fTexts.texts[stage], fTexts.lines[stage]);
+        fOut.addLines(fTarget.version);
+        fOut << "// The " << (stage == kVertexStage ? "vertex" : "fragment") << " program of "
+             << fFunction.name() << ".";
+        fOut.endLine();
+        const Frame& frame = kFrames[fTarget.language];
+        frame.declare(fOut, fPlan.variables, stage);
+        bool helpers = false;
+        const SpellingTable& table = SpellingTable::of(fTarget);
+        for (std::size_t i = 0; i < body.helpers().size(); ++i) {
+            if (body.helpers()[i]) {
+                writeHelper(fOut, table.helpers()[i]);
+                helpers = true;
+            }
+        }
+        for (const std::string* helper : body.hostHelpers()) {
+            fOut.addLines(*helper);
+            if (!helper->empty() && helper->back() != '\n') {
+                fOut.endLine();
+            }
+            helpers = helpers || !helper->empty();
+        }
+        if (helpers) {
+            fOut.endLine();
+        }
+        frame.open(fOut, fPlan.variables, stage, fPosition);
+        for (const ProgramBody::Statement& statement : body.statements()) {
+            fOut << "    ";
+            if (statement.type != kVoid) {
+                fOut << fTarget.typeName(statement.type) << " ";
+            }
+            fOut << statement.name << " = " << body.text(statement) << ";";
+            fOut.endLine(statement.node);
+        }
+        fOut.addLines("}\n");
+    }
+
+    const PlacedProgram& fPlaced;
+    const FlatProgram& fFlat;
+    const ShadingNodeSpec& fFunction;
+    const ProgramTarget& fTarget;
+    const PlacementOptions& fOptions;
+    const std::vector<HostSpelling>& fHostSpellings;
+    CalleeSpellings fSpellings;
+    TextWriter fOut;
+    InterfacePlan& fPlan;
+    std::string fPosition; // what the clip position is assigned to
+    ProgramTexts fTexts;
+};
+
+} // namespace
+
+ProgramTexts writeProgram(const PlacedProgram& placed, const ShadingNodeSpec& function,
+                          const ProgramTarget& target, const PlacementOptions& options,
+                          const std::vector<HostSpelling>& hostSpellings, InterfacePlan& plan) {
+    return ProgramWriter(placed, function, target, options, hostSpellings, plan).write();
+}
+
+} // namespace qvShadingDag
