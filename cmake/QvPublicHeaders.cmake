@@ -35,7 +35,7 @@ qv_add_public_headers(
   ShadingLink.h
   ShadingNodeSpec.h
   Graphviz.h)
-qv_add_public_headers(evaluation ShadingValue.h Primitives.h)
+qv_add_public_headers(evaluation ShadingValue.h Primitives.h Texture.h GraphEvaluator.h)
 qv_add_public_headers(
   hsl
   HSLToken.h

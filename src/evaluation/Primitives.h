@@ -2,12 +2,17 @@
 
 #include "base/Export.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
 namespace qvShadingDag {
 
+struct KernelCall;
 class ShadingNodeSpec;
+
+/// Computes one call of a primitive for a number of points.
+using Kernel = void (*)(const KernelCall& call, std::size_t points);
 
 /// What kind of map a lookup reads.
 enum TextureKind : int {
@@ -40,6 +45,7 @@ struct Primitive {
     const char* inputs;  ///< the patterns of the inputs, separated by "|"
 
     AffineSets affine; ///< in which inputs the value is affine
+    Kernel kernel;     ///< what it computes
 
     TextureKind texture = kNoTexture; ///< what the first input is read as
 };

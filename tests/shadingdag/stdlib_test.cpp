@@ -1,6 +1,7 @@
-#include "shadingdag/GraphEvaluator.h"
-
+#include "core/Exception.h"
+#include "evaluation/GraphEvaluator.h"
 #include "shadingdag/Graphviz.h"
+#include "shadingdag/ShadingNodeSpec.h"
 #include "shadingdag/ShadingParser.h"
 
 #include <gtest/gtest.h>
@@ -19,6 +20,7 @@ namespace {
 
 constexpr double kPi = std::numbers::pi;
 
+using Value = ShadingValue;
 using Numbers = std::vector<double>;
 using Specs = std::vector<ShadingNodeSpec*>;
 
@@ -67,13 +69,12 @@ Specs definitions() {
     return result;
 }
 
-// All components of all outputs, one after the other.
-Numbers flatValue(const ShadingNodeSpec& spec, const std::vector<Value>& inputs) {
-    Numbers numbers;
-    for (const Value& output : evaluate(spec, inputs)) {
-        numbers.insert(numbers.end(), output.c.begin(), output.c.begin() + output.width());
-    }
-    return numbers;
+// The colour (0.1 + u/2 + v/5, 0.2 + 0.3 v, 0.3 + u v/10, 1 - u/4).
+void lookUp(const TextureLookup& lookup, double (&texel)[4]) {
+    const double u = lookup.coordinates[0];
+    const double v = lookup.coordinates[1];
+    const Numbers colour = {0.1 + 0.5 * u + 0.2 * v, 0.2 + 0.3 * v, 0.3 + 0.1 * u * v, 1 - 0.25 * u};
+    std::copy(colour.begin(), colour.end(), texel);
 }
 
 void expectNear(const Numbers& actual, const Numbers& expected, const std::string& what) {
@@ -180,7 +181,41 @@ struct Point {
     const char* function;
     std::vector<Value> inputs;
     Numbers expected;
+    std::vector<Value> dx = {}; // how the inputs change to the fragment on the right, where they do
+    std::vector<Value> dy = {}; // and to the one above
 };
+
+// All components of all outputs, one after the other.
+Numbers flatValue(const ShadingNodeSpec& spec, const Point& point) {
+    GraphEvaluator evaluator(spec);
+    std::vector<Numbers> quads; // the numbers of one component at four fragments
+    quads.reserve(256);
+    for (std::size_t i = 0; i < point.inputs.size(); ++i) {
+        const std::string& name = evaluator.inputs()[i].name;
+        const Value& input = point.inputs[i];
+        if (input.type == kTexObj) {
+            evaluator.set(name, Texture(lookUp));
+        } else if (point.dx.empty()) {
+            evaluator.set(name, input);
+        } else {
+            std::vector<std::span<const double>> columns;
+            for (std::size_t c = 0; c < static_cast<std::size_t>(input.width()); ++c) {
+                const double x = input.c[c];
+                const double dx = point.dx[i].c[c];
+                const double dy = point.dy[i].c[c];
+                columns.emplace_back(quads.emplace_back(Numbers{x, x + dx, x + dy, x + dx + dy}));
+            }
+            evaluator.set(name, columns);
+        }
+    }
+    evaluator.evaluate(point.dx.empty() ? 1 : 4);
+    Numbers numbers;
+    for (std::size_t i = 0; i < evaluator.outputs().size(); ++i) {
+        const Value output = evaluator.output(i);
+        numbers.insert(numbers.end(), output.c.begin(), output.c.begin() + output.width());
+    }
+    return numbers;
+}
 
 const Value kTexture(kTexObj, {});
 // A normal along z; lights and eyes in the x-z and y-z planes, and one light below the surface.
@@ -476,8 +511,9 @@ const std::vector<Point> kMapping = {
     {"parallaxOffset", {{0.5, 0.25}, 0.5, 0.1, -0.02, {0.6, 0, 0.8}}, {0.5 + 0.03 * 0.75, 0.25}},
     {"limitedParallaxOffset", {{0.5, 0.25}, 0.5, 0.1, -0.02, {0.6, 0, 0.8}}, {0.5 + 0.03 * 0.6, 0.25}},
     {"parallaxUv", {kTexture, {0.8, 0.25}, 0.1, -0.02, {0.6, 0, 0.8}}, {0.8 + 0.035 * 0.6, 0.25}},
-    {"mipLevel", {{0.25, 0.5}, {64, 64}}, {1 + 0.5 * std::log2(256 + 1024)}},
-    {"mipLevel", {{0.25, 0.5}, {1, 0.5}}, {0}},
+    {"mipLevel", {{0.25, 0.5}, {64, 64}}, {5}, {{0.25, 0}, {0, 0}}, {{0, 0.5}, {0, 0}}},
+    {"mipLevel", {{0.25, 0.5}, {64, 32}}, {4.5}, {{0.25, 0.5}, {0, 0}}, {{0.125, 0}, {0, 0}}},
+    {"mipLevel", {{0.25, 0.5}, {1, 0.5}}, {0}, {{0.25, 0}, {0, 0}}, {{0, 0.5}, {0, 0}}},
     {"projectedTexture", {kTexture, {2, 4, 9, 4}}, {0.55, 0.5, 0.35, 0.875}},
     {"triplanarWeights", {{0.6, 0, -0.8}, 1}, {0.6 / 1.4, 0, 0.8 / 1.4}},
     {"triplanarTexture",
@@ -494,7 +530,12 @@ const std::vector<Point> kMapping = {
     {"reorientNormal", {{0.6, 0, 0.8}, {0.6, 0, 0.8}}, {0.96, 0, 0.28}},
     {"normalFromMap", {kTexture, {0.8, 1}, kX, kN, kY}, normalized(0.4, -0.24, 0)},
     {"normalFromHeight", {kTexture, {0.3, 0.4}, {0.1, 0.2}, 5}, normalized(-5 * 0.1, -5 * 0.08, 1)},
-    {"bumpNormal", {{0, 1, 0}, {1, 0, 0}, 0.5}, normalized(-0.5, 1, -0.5)},
+    // A floor along x and -z whose height grows by 1/4 and 1/8: the normal leans the other way.
+    {"bumpNormal",
+     {kY, {1, 0, 0}, 0.5},
+     normalized(-0.25, 1, 0.125),
+     {{0, 0, 0}, {2, 0, 0}, 0.5},
+     {{0, 0, 0}, {0, 0, -2}, 0.25}},
     {"checker", {{0.5, 0.5}}, {0}},
     {"checker", {{-0.5, 2.5}}, {1}},
     {"checker", {{1.5, 1.5}}, {0}},
@@ -572,7 +613,7 @@ TEST(StandardLibrary, EveryDefinitionIsItsFormula) {
             continue;
         }
         checked.insert(spec);
-        expectNear(flatValue(*spec, point.inputs), point.expected, signature(*spec));
+        expectNear(flatValue(*spec, point), point.expected, signature(*spec));
     }
     for (const ShadingNodeSpec* spec : definitions()) {
         EXPECT_TRUE(checked.contains(spec)) << "no point for " << signature(*spec);
@@ -584,7 +625,7 @@ TEST(StandardLibrary, ClonesHaveTheValueAndTheTextOfTheirSource) {
         ShadingNodeSpec* spec = find(point);
         ASSERT_NE(spec, nullptr) << point.function;
         const std::unique_ptr<ShadingNodeSpec> copy(spec->clone());
-        EXPECT_EQ(flatValue(*copy, point.inputs), flatValue(*spec, point.inputs)) << point.function;
+        EXPECT_EQ(flatValue(*copy, point), flatValue(*spec, point)) << point.function;
         const std::string text = convertToGraphviz(spec, true, true);
         EXPECT_NE(text.find(" -> node"), std::string::npos) << text;
         EXPECT_EQ(convertToGraphviz(copy.get(), true, true), text);
@@ -601,9 +642,9 @@ TEST(StandardLibrary, ExpansionKeepsEveryValue) {
         for (expanded->internalNodes(first, last); first != last; ++first) {
             EXPECT_NE((*first)->nodeType(), kFunctionNode) << signature(*spec) << ": " << (*first)->name();
         }
-        EXPECT_EQ(flatValue(*expanded, point.inputs), flatValue(*spec, point.inputs)) << signature(*spec);
+        EXPECT_EQ(flatValue(*expanded, point), flatValue(*spec, point)) << signature(*spec);
         const std::unique_ptr<ShadingNodeSpec> copy(expanded->clone());
-        EXPECT_EQ(flatValue(*copy, point.inputs), flatValue(*spec, point.inputs)) << signature(*spec);
+        EXPECT_EQ(flatValue(*copy, point), flatValue(*spec, point)) << signature(*spec);
     }
 }
 
@@ -661,7 +702,8 @@ TEST(LanguageReference, ExamplesAreTrue) {
             << source << message;
         for (const auto& [name, value] : expected) {
             ASSERT_NE(ShadingNodeSpec::findSpecInLibrary(name), nullptr) << name;
-            expectNear(flatValue(*ShadingNodeSpec::findSpecInLibrary(name), {}), {value}, name);
+            expectNear(flatValue(*ShadingNodeSpec::findSpecInLibrary(name), {name.c_str(), {}, {}}), {value},
+                       name);
             ++values;
         }
         ++examples;
