@@ -13,6 +13,8 @@ ShadingLink::ShadingLink(const ShadingLink& other) : ShadingLink() {
     *this = other;
 }
 
+// Nothing is owned, so that a link may be assigned to itself.
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 ShadingLink& ShadingLink::operator=(const ShadingLink& other) {
     fSourceNode = other.fSourceNode;
     fDestNode = other.fDestNode;
