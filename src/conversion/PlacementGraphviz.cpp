@@ -4,6 +4,10 @@
 #include "shadingdag/ShadingNode.h"
 #include "shadingdag/ShadingNodeSpec.h"
 
+#include <charconv>
+#include <iterator>
+#include <string_view>
+
 namespace qvShadingDag {
 
 namespace {
@@ -45,19 +49,24 @@ std::string labelOf(const PlacedProgram& placed, Index n) {
 }
 
 std::string nodeLine(const PlacedProgram& placed, Index n) {
-    const FlatProgram::Node& node = placed.flat.nodes[n];
-    const bool folded = placed.literalOf[node.firstValue] != PlacedProgram::kNone;
-    std::string shape = node.kind == FlatProgram::kInput ? "box" : "ellipse";
-    std::string label = labelOf(placed, n);
-    if (folded && node.kind != FlatProgram::kInput) {
-        shape = "plaintext";
-        label = quoted(placed.flat.literals[placed.literalOf[node.firstValue]].toString());
+    const bool isInput = placed.flat.nodes[n].kind == FlatProgram::kInput;
+    return "    " + std::to_string(n) + " [label=" + labelOf(placed, n) +
+           ", shape=" + (isInput ? "box" : "ellipse") + ", fillcolor=\"" +
+           kLevels[placed.places[n].level].fill + "\", tooltip=" + quoted(placementReason(placed, n)) +
+           "];\n";
+}
+
+/// With the fewest digits that give the same float.
+std::string literalText(const ShadingValue& value) {
+    std::string text;
+    for (int i = 0; i < value.width(); ++i) {
+        char digits[32];
+        const double component = value.c[static_cast<std::size_t>(i)];
+        const std::to_chars_result end =
+            std::to_chars(std::begin(digits), std::end(digits), static_cast<float>(component));
+        text += (i > 0 ? " " : "") + std::string(digits, end.ptr);
     }
-    return "    " + std::to_string(n) + " [label=" + label + ", shape=" + shape +
-           (shape == "plaintext"
-                ? ", style=\"\""
-                : std::string(", fillcolor=\"") + kLevels[placed.places[n].level].fill + "\"") +
-           ", tooltip=" + quoted(placementReason(placed, n)) + "];\n";
+    return text;
 }
 
 std::string legend() {
@@ -80,16 +89,30 @@ std::string Placement::toGraphviz() const {
     std::string nodes;
     std::string links;
     std::vector<bool> drawn(flat.nodes.size(), false);
-    const auto link = [&](Index value, const std::string& to, bool crosses) {
-        links += "    " + std::to_string(flat.valueNode[value]) + " -> " + to +
-                 (crosses ? " [style=dashed]" : "") + ";\n";
-        drawn[flat.valueNode[value]] = true;
+    int literals = 0;
+    // From `value` to the node `to`; a literal is drawn beside each of its readers.
+    const auto link = [&](Index value, const std::string& to, unsigned int level) {
+        const Index literal = placed.literalOf[value];
+        const Index from = flat.valueNode[value];
+        const bool isInput = flat.nodes[from].kind == FlatProgram::kInput;
+        if (literal != PlacedProgram::kNone && !isInput) {
+            const std::string id = "literal" + std::to_string(literals++);
+            nodes += "    " + id + " [label=" + quoted(literalText(flat.literals[literal])) +
+                     ", shape=plaintext, style=\"\", tooltip=" + quoted(placementReason(placed, from)) +
+                     "];\n";
+            links += "    " + id + " -> " + to + ";\n";
+            return;
+        }
+        drawn[from] = true;
+        const unsigned int at = placed.places[from].level;
+        links += "    " + std::to_string(from) + " -> " + to +
+                 (at != level && at > kConstantFreq ? " [style=dashed]" : "") + ";\n";
     };
     for (std::size_t i = 0; i < flat.outputs.size(); ++i) {
         if (flat.outputs[i].value != PlacedProgram::kNone) {
-            const std::string id = "out" + std::to_string(i);
+            const std::string id = "output" + std::to_string(i);
             nodes += "    " + id + " [label=" + quoted(flat.outputs[i].name) + ", shape=box, penwidth=2];\n";
-            link(flat.outputs[i].value, id, false);
+            link(flat.outputs[i].value, id, placed.places[flat.valueNode[flat.outputs[i].value]].level);
         }
     }
     for (auto n = static_cast<Index>(flat.nodes.size()); n-- > 0;) {
@@ -98,14 +121,8 @@ std::string Placement::toGraphviz() const {
             continue;
         }
         nodes += nodeLine(placed, n);
-        if (placed.literalOf[node.firstValue] != PlacedProgram::kNone) {
-            continue;
-        }
         for (Index i = 0; i < node.argumentCount; ++i) {
-            const Index value = flat.arguments[node.firstArgument + i];
-            const PlacedProgram::Place& from = placed.places[flat.valueNode[value]];
-            link(value, std::to_string(n),
-                 from.level >= kUniformFreq && from.level != placed.places[n].level);
+            link(flat.arguments[node.firstArgument + i], std::to_string(n), placed.places[n].level);
         }
     }
     return "digraph " + quoted(fFunction.name()) +

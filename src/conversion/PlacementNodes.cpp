@@ -308,11 +308,9 @@ public:
         fNew.flat.outputs = std::move(fOld.flat.outputs);
         fNew.roles = std::move(fOld.roles);
         fNew.notices = std::move(fOld.notices);
-        for (std::vector<Index>* values : {&fPinned.values, &fFree.values}) {
-            values->resize(fOld.flat.valueNode.size());
-        }
-        for (std::vector<Index>* nodes : {&fPinned.nodes, &fFree.nodes}) {
-            nodes->resize(fOld.flat.nodes.size());
+        for (Copies* copies : {&fPinned, &fFree}) {
+            copies->values = std::vector<Index>(fOld.flat.valueNode.size(), kNone);
+            copies->nodes = std::vector<Index>(fOld.flat.nodes.size(), kNone);
         }
     }
 

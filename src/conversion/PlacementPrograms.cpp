@@ -2,6 +2,8 @@
 
 #include "conversion/PlacementPasses.h"
 
+#include "evaluation/KernelCall.h"
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -19,12 +21,6 @@ constexpr Index kNone = PlacedProgram::kNone;
 // ==== 9. Folding and hoisting
 
 namespace {
-/// No kernels yet.
-bool computeCall(const FlatProgram::Callee& /*callee*/, const ShadingValue* /*arguments*/,
-                 ShadingValue* /*results*/, std::size_t /*count*/) {
-    return false;
-}
-
 /// Whether every component of a value is one that a program text can write.
 bool isWritable(const ShadingValue& value) {
     if (value.type == kInvalidDataType || isMap(value.type)) {

@@ -15,16 +15,28 @@ const char* const kHelp =
   qvshade expand FILE FUNCTION     the graph after all calls of defined functions are expanded
   qvshade order FILE FUNCTION      the order in which the graph's nodes can be computed
   qvshade stats FILE               sizes and frequencies of all graphs, before and after expansion
+  qvshade place FILE FUNCTION [NAME=VALUE]...
+                                   where each node of the expanded graph is computed, and why
 
 FUNCTION is a name, or a signature where a name has several functions, as in
 "mix(float3,float3,float)": the types of the arguments, those of outputs included. A name alone
 stands for the only function of that name, or for the only one of them that is defined rather than
 declared. A function that is defined twice with one signature is shown as defined first.
 
+NAME=VALUE sets an input: a number, the components of a vector or, row by row, of a matrix with commas
+between them, true or false. Only inputs that are declared constant have a value before a program runs.
+
   --types              graph, expand: write the types on the links
   --freqs              graph, expand: write types and frequencies on the links
-  -o, --output OUT     graph, expand: write to a file: text for .dot; .svg and .png are drawn by
-                       the program "dot" of Graphviz. Otherwise the text goes to standard output
+  -o, --output OUT     graph, expand, place: write to a file: text for .dot; .svg and .png are
+                       drawn by the program "dot" of Graphviz. Without it the text, or the table
+                       of place, goes to standard output
+  --cost               place: what each level costs under both policies, instead of the nodes
+  --input NAME=LEVEL   place: the host delivers that input once per draw (uniform) or per vertex
+                       (vertex), within its declared range; may be repeated
+  --policy exact, --policy earliest
+                       place: per fragment what interpolation would change (the default), or
+                       everything as early as its range allows
   --optimal, --fast    order: by the distances to the outputs (the default), or the plain order
   -l, --library FILE   read this file first, for functions that the others call; may be repeated
   --format=json        check: one JSON object a line on standard output instead of text
@@ -51,15 +63,17 @@ struct Command {
     bool drawing;
     bool ordering;
     bool checking;
+    bool placing;
 };
 
 constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);
 
 constexpr Command kCommands[] = {
-    // name   minimum  maximum  drawing  ordering  checking
-    {"check", 1, kAnyNumber, false, false, true}, {"list", 1, 2, false, false, false},
-    {"graph", 2, 2, true, false, false},          {"expand", 2, 2, true, false, false},
-    {"order", 2, 2, false, true, false},          {"stats", 1, 1, false, false, false},
+    // name minimum maximum    drawing ordering checking placing
+    {"check", 1, kAnyNumber, false, false, true, false}, {"list", 1, 2, false, false, false, false},
+    {"graph", 2, 2, true, false, false, false},          {"expand", 2, 2, true, false, false, false},
+    {"order", 2, 2, false, true, false, false},          {"stats", 1, 1, false, false, false, false},
+    {"place", 2, kAnyNumber, false, false, false, true},
 };
 
 Failure misunderstood(const std::string& what) {
@@ -73,6 +87,21 @@ const Command& findCommand(const std::string& name) {
         }
     }
     throw misunderstood("unknown command '" + name + "'");
+}
+
+/// NAME and what stands behind the first "="; throws where there is no name, and where `pairs` has it.
+CommandLine::Pair readPair(const std::string& text, const std::vector<CommandLine::Pair>& pairs) {
+    const std::size_t end = text.find('=');
+    if (end == 0 || end == std::string::npos) {
+        throw misunderstood("'" + text + "' is no NAME=VALUE");
+    }
+    CommandLine::Pair pair(text.substr(0, end), text.substr(end + 1));
+    for (const CommandLine::Pair& other : pairs) {
+        if (other.first == pair.first) {
+            throw misunderstood("'" + text + "': '" + pair.first + "' is there twice");
+        }
+    }
+    return pair;
 }
 
 } // namespace
@@ -98,7 +127,8 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
         const std::string& argument = arguments[i];
         const auto value = [&]() -> const std::string& {
             if (i + 1 == arguments.size() || arguments[i + 1].empty()) {
-                throw misunderstood("'" + argument + "' needs a file name");
+                const bool file = argument != "-W" && argument != "--input" && argument != "--policy";
+                throw misunderstood("'" + argument + "' needs a " + (file ? "file name" : "value"));
             }
             return arguments[++i];
         };
@@ -113,7 +143,7 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
         } else if (command.drawing && argument == "--freqs") {
             result.showTypes = true; // without types, frequencies are not shown
             result.showCompFreqs = true;
-        } else if (command.drawing && (argument == "-o" || argument == "--output")) {
+        } else if ((command.drawing || command.placing) && (argument == "-o" || argument == "--output")) {
             result.outputFile = value();
         } else if (command.checking && argument.starts_with("--format=")) {
             result.json = argument == "--format=json";
@@ -132,6 +162,20 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
             result.readsStandardInput = true;
         } else if (command.checking && argument == "--name") {
             operands.push_back(value());
+        } else if (command.placing && argument == "--cost") {
+            result.showCost = true;
+        } else if (command.placing && argument == "--input") {
+            result.inputLevels.push_back(readPair(value(), result.inputLevels));
+            const std::string& level = result.inputLevels.back().second;
+            if (level != "uniform" && level != "vertex") {
+                throw misunderstood("'--input' takes NAME=uniform or NAME=vertex");
+            }
+        } else if (command.placing && argument == "--policy") {
+            const std::string& policy = value();
+            result.earliest = policy == "earliest";
+            if (!result.earliest && policy != "exact") {
+                throw misunderstood("'--policy' takes exact or earliest");
+            }
         } else if (command.ordering && (argument == "--fast" || argument == "--optimal")) {
             result.fast = argument == "--fast";
         } else {
@@ -144,11 +188,19 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
     if (result.readsStandardInput && operands.size() > 1) {
         throw misunderstood("'--stdin' takes the place of the files; '--name' says what it is called");
     }
+    while (command.placing && operands.size() > command.minimum) {
+        const auto first = operands.begin() + static_cast<std::ptrdiff_t>(command.minimum);
+        result.values.push_back(readPair(*first, result.values));
+        operands.erase(first);
+    }
+    if (result.showCost && result.outputFile) {
+        throw misunderstood("'--cost' prints a table, '-o' draws a picture");
+    }
     if (operands.size() < command.minimum || operands.size() > command.maximum) {
         throw misunderstood("'" + result.command + "' with " + std::to_string(operands.size()) +
                             " arguments");
     }
-    if (command.maximum == 2 && operands.size() == 2) {
+    if (command.name != "check" && operands.size() == 2) {
         result.function = operands.back();
         operands.pop_back();
     }

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// What the user asked for.
@@ -20,6 +21,13 @@ struct CommandLine {
     bool warningsAreErrors = false;       ///< a warning, too, gives the status of an error
     bool readsStandardInput = false;      ///< the only file is a name for what standard input gives
     std::vector<std::string> warningsOff; ///< the names of warnings that are not wanted
+
+    // Of those that place a function.
+    using Pair = std::pair<std::string, std::string>;
+    std::vector<Pair> values;      ///< NAME=VALUE
+    std::vector<Pair> inputLevels; ///< --input NAME=LEVEL, the level "uniform" or "vertex"
+    bool earliest = false;         ///< the policy
+    bool showCost = false;
 };
 
 /// Reads the command line; throws a `Failure` when it is not understood.

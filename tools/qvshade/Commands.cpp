@@ -5,6 +5,7 @@
 #include "Functions.h"
 #include "Measures.h"
 #include "Output.h"
+#include "Place.h"
 
 #include "core/Exception.h"
 #include "shadingdag/Graphviz.h"
@@ -116,6 +117,11 @@ void stats(const CommandLine& line) {
     }
 }
 
+void placeNodes(const CommandLine& line) {
+    const ShadingNodeSpec* spec = chooseFunction(readInput(line), *line.function);
+    place(line, *spec);
+}
+
 void help(const CommandLine& /*line*/) {
     print(kHelp);
 }
@@ -128,8 +134,8 @@ constexpr struct {
     const char* name;
     void (*run)(const CommandLine&);
 } kCommands[] = {
-    {"check", check}, {"list", list},   {"graph", graph}, {"expand", expand},
-    {"order", order}, {"stats", stats}, {"--help", help}, {"--version", version},
+    {"check", check}, {"list", list},        {"graph", graph}, {"expand", expand},     {"order", order},
+    {"stats", stats}, {"place", placeNodes}, {"--help", help}, {"--version", version},
 };
 
 } // namespace

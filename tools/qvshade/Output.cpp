@@ -53,9 +53,13 @@ std::string endingOf(const std::string& file) {
 }
 
 /// Makes any name of the graph one that Graphviz accepts: "operator+" and "node" are none as they are.
+/// A name in quotes stays.
 std::string withQuotedName(const std::string& graph) {
     const std::size_t start = graph.find(' ') + 1;
     const std::size_t end = graph.find('\n');
+    if (graph.compare(start, 1, "\"") == 0) {
+        return graph;
+    }
     return graph.substr(0, start) + "\"" + graph.substr(start, end - start) + "\"" + graph.substr(end);
 }
 
