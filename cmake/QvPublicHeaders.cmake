@@ -9,7 +9,8 @@ macro(qv_add_public_headers folder)
   endforeach()
 endmacro()
 
-qv_add_public_headers(base Export.h Points.h Vectors.h AffineMatrix.h ProjMatrix.h qvLinear.h CString.h)
+qv_add_public_headers(base Export.h Points.h Vectors.h AffineMatrix.h ProjMatrix.h qvLinear.h CString.h
+                      TumbleView.h)
 qv_add_public_headers(
   core
   qvSharedObject.h

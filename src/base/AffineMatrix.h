@@ -20,11 +20,11 @@ public:
 
     /// Element `i` in storage order, row after row: 3 * row + column.
     double& operator[](unsigned int i) { return fElements[i]; }
-    /// The same for reading.
+    /// Element `i` in that order, for reading.
     double operator[](unsigned int i) const { return fElements[i]; }
     /// Element in row 0..3, column 0..2.
     double& operator()(unsigned int row, unsigned int column) { return fElements[3 * row + column]; }
-    /// The same for reading.
+    /// Element in that row and column, for reading.
     double operator()(unsigned int row, unsigned int column) const { return fElements[3 * row + column]; }
 
     /// Makes this the identity.

@@ -38,12 +38,12 @@ public:
 
     /// Replaces the text.
     CString& assign(const char* text);
-    /// The same for a string.
+    /// Replaces the text by that of `other`, which may be this string.
     CString& assign(const CString& other);
 
     /// Adds to the end of the text.
     CString& append(const char* text);
-    /// The same for a string.
+    /// Adds the text of `other`, which may be this string.
     CString& append(const CString& other);
 
     /// Replaces the text with `pattern`, its conversions filled as by `printf`; the result may have

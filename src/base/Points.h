@@ -20,7 +20,7 @@ struct Point {
     Point() = default;
     /// The point with these coordinates.
     Point(double px, double py, double pz) : x(px), y(py), z(pz) {}
-    /// The same point in doubles.
+    /// The point `p`, with its coordinates as doubles.
     explicit Point(const PointFlt& p) : x(p.x), y(p.y), z(p.z) {}
 
     double x = 0;

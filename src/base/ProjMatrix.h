@@ -13,16 +13,16 @@ public:
     /// `diagonal` on the diagonal; the identity by default.
     explicit ProjMatrix(double diagonal = 1.0)
         : fElements{diagonal, 0, 0, 0, 0, diagonal, 0, 0, 0, 0, diagonal, 0, 0, 0, 0, diagonal} {}
-    /// The same map with a last column of (0, 0, 0, 1).
+    /// The map `affine`, with a last column of (0, 0, 0, 1).
     explicit ProjMatrix(const AffineMatrix& affine);
 
     /// Element `i` in storage order, row after row: 4 * row + column.
     double& operator[](unsigned int i) { return fElements[i]; }
-    /// The same for reading.
+    /// Element `i` in that order, for reading.
     double operator[](unsigned int i) const { return fElements[i]; }
     /// Element in row 0..3, column 0..3.
     double& operator()(unsigned int row, unsigned int column) { return fElements[4 * row + column]; }
-    /// The same for reading.
+    /// Element in that row and column, for reading.
     double operator()(unsigned int row, unsigned int column) const { return fElements[4 * row + column]; }
 
     /// out = in M, without a division by w. `out` and `in` may be the same point.

@@ -10,8 +10,19 @@ struct Vector {
     /// The vector with these components.
     Vector(double vx, double vy, double vz) : x(vx), y(vy), z(vz) {}
 
-    /// The Euclidean length.
-    double length() const { return std::sqrt(x * x + y * y + z * z); }
+    /// The Euclidean length, also where the squares of the components would overflow or vanish.
+    double length() const {
+        const double squares = x * x + y * y + z * z;
+        if (squares > 0x1p-900 && squares < 0x1p+900) {
+            return std::sqrt(squares);
+        }
+        // A power of two changes the exponents alone.
+        const double scale = squares < 1 ? 0x1p+600 : 0x1p-600;
+        const double a = x * scale;
+        const double b = y * scale;
+        const double c = z * scale;
+        return std::sqrt(a * a + b * b + c * c) / scale;
+    }
 
     /// Scales the vector to length 1, in place. A zero vector stays.
     void normalize() {

@@ -122,6 +122,16 @@ void AABoundingBox::set(const PointFlt& min, const PointFlt& max) {
 
 void AABoundingBox::set(const GeometryDataIndex& /*index*/) {}
 
+void AABoundingBox::enclose(const AABoundingBox& other) {
+    if (!other.isValid()) {
+        return;
+    }
+    if (!isValid()) {
+        setInvalid(); // a host may have set corners the other way round
+    }
+    *this += other;
+}
+
 AABoundingBox AABoundingBox::operator+(const IBoundingPlanes& other) const {
     AABoundingBox sum(*this);
     sum += other;
@@ -150,7 +160,7 @@ bool AABoundingBox::classify(IntersectType type, const PointFlt& p) const {
             return within(fMin.x, p.x, fMax.x) && within(fMin.z, p.z, fMax.z);
         }
         if (p.z == fMin.z || p.z == fMax.z) {
-            // On purpose: the upper bounds are those of the next axis.
+            // The upper bounds of the next axis, as the header says.
             return within(fMin.x, p.x, fMax.y) && within(fMin.y, p.y, fMax.z);
         }
         return false;

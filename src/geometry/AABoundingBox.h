@@ -25,7 +25,8 @@ public:
     AABoundingBox(const qvLinear::PointFlt& min, const qvLinear::PointFlt& max);
     /// The box around `other`: its `min()` and `max()`. An invalid sphere gives an invalid box.
     explicit AABoundingBox(const IBoundingPlanes& other);
-    /// On purpose: only the type is set; the bounds of an index array are its owner's to compute.
+    /// On purpose: the index array is not looked at, and the result is the box around the origin
+    /// alone; the bounds of an index array are its owner's to compute.
     explicit AABoundingBox(const GeometryDataIndex& index);
     AABoundingBox(const AABoundingBox& other);
     AABoundingBox& operator=(const AABoundingBox& other);
@@ -52,22 +53,29 @@ public:
     void setMin(const qvLinear::PointFlt& min) { fMin = min; }
     /// Sets the upper corner.
     void setMax(const qvLinear::PointFlt& max) { fMax = max; }
-    /// On purpose: does nothing, as the constructor from an index array.
+    /// On purpose: the index array is not looked at, so that the box stays as it is.
     void set(const GeometryDataIndex& index);
 
-    /// The box around both. On purpose: the other's validity is not looked at. An invalid box
-    /// spreads the result over all floats, an invalid sphere adds its centre +1 and -1.
+    /// Grows the box so that it contains `other`. An empty (invalid) box on either side counts for
+    /// nothing, unlike in `+=`.
+    void enclose(const AABoundingBox& other);
+
+    /// The box around both. On purpose: the other's validity is not looked at, so that an invalid box
+    /// spreads the result over all floats, and an invalid sphere adds its centre +1 and -1. `enclose`
+    /// passes over empty boxes.
     AABoundingBox operator+(const IBoundingPlanes& other) const;
-    /// The same in place.
+    /// Replaces this box by the sum of both.
     AABoundingBox& operator+=(const IBoundingPlanes& other);
 
     /// Outside: beyond the closed range of any axis. Inside: within all three, faces included.
     /// Intersect: on a face, found by exact equality, x before y before z. On purpose: on a z face
-    /// x is checked against min.x and max.y, and y against min.y and max.z.
+    /// x is checked against min.x and max.y, and y against min.y and max.z, so that points beside the
+    /// face count as on it when the box is longer on the next axis.
     bool classify(IntersectType type, const qvLinear::PointFlt& p) const;
     /// Inside: within this box, faces included. Intersect: a common point. Outside: neither.
     bool classify(IntersectType type, const AABoundingBox& box) const;
-    /// Intersect: a common point. On purpose: the other questions are answered with false.
+    /// Intersect: a common point. On purpose: the other questions are not worked out, so that a
+    /// sphere far outside or deep inside gets false for both.
     bool classify(IntersectType type, const BoundingSphere& sphere) const;
     /// Always false: it is the frustum that classifies volumes.
     bool classify(IntersectType type, const Frustum& frustum) const;

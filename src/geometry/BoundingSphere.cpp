@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 using qvLinear::PointFlt;
 using qvLinear::Vector;
@@ -16,6 +17,18 @@ Vector difference(const PointFlt& a, const PointFlt& b) {
 
 double squaredLength(const Vector& v) {
     return v.x * v.x + v.y * v.y + v.z * v.z;
+}
+
+/// The least radius with which `classify` finds the sphere (c, r) inside one around `center`, and
+/// the point c not outside.
+float radiusAround(const PointFlt& center, const PointFlt& c, float r) {
+    const double d2 = squaredLength(difference(center, c));
+    const double needed = std::sqrt(d2) + r;
+    const auto radius = static_cast<float>(needed);
+    // To the next float where rounding went inwards.
+    return radius < needed || double(radius) * radius < d2
+               ? std::nextafter(radius, std::numeric_limits<float>::infinity())
+               : radius;
 }
 
 /// How far apart the squares of distance and radius are for a point on the surface.
@@ -59,7 +72,9 @@ void BoundingSphere::transform(const qvLinear::AffineMatrix& m) {
     for (unsigned int row = 0; row < 3; ++row) {
         longest = std::max(longest, squaredLength({m(row, 0), m(row, 1), m(row, 2)}));
     }
-    fRadius = static_cast<float>(fRadius * std::sqrt(longest));
+    const auto scaled = static_cast<float>(fRadius * std::sqrt(longest));
+    // -0 would be valid: an invalid radius that shrinks to nothing stays as it was.
+    fRadius = fRadius < 0 && scaled == 0 ? fRadius : scaled;
 }
 
 void BoundingSphere::addPoint(const PointFlt& p) {
@@ -105,6 +120,37 @@ void BoundingSphere::set(const PointFlt& center, float radius) {
 }
 
 void BoundingSphere::set(const GeometryDataIndex& /*index*/) {}
+
+void BoundingSphere::enclose(const PointFlt& p) {
+    enclose(BoundingSphere(p, 0));
+}
+
+void BoundingSphere::enclose(const BoundingSphere& sphere) {
+    const PointFlt c = sphere.fCenter;
+    const float r = sphere.fRadius;
+    const double d2 = squaredLength(difference(c, fCenter));
+    if (!sphere.isValid() || std::isnan(c.x) || std::isnan(c.y) || std::isnan(c.z)) {
+        return;
+    }
+    const double d = std::sqrt(d2);
+    if (!isValid() || d + fRadius <= r) {
+        *this = sphere;
+        return;
+    }
+    if (d + r <= fRadius && (r > 0 || d2 <= double(fRadius) * fRadius)) {
+        return;
+    }
+    // The new diameter reaches from the far side of the one to the far side of the other.
+    const double share = ((d + r - fRadius) * 0.5) / d;
+    const auto between = [share](float from, float to) {
+        return static_cast<float>(from + (double(to) - from) * share);
+    };
+    const PointFlt middle =
+        std::isfinite(d) ? PointFlt(between(fCenter.x, c.x), between(fCenter.y, c.y), between(fCenter.z, c.z))
+                         : fCenter;
+    fRadius = std::max(radiusAround(middle, fCenter, fRadius), radiusAround(middle, c, r));
+    fCenter = middle;
+}
 
 BoundingSphere BoundingSphere::operator+(const IBoundingPlanes& other) const {
     BoundingSphere sum(*this);

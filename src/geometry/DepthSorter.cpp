@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <numeric>
 
 using qvLinear::ProjMatrix;
 
@@ -81,7 +82,7 @@ void computeDepths(float* depths, const ProjMatrix& m, const float* positions, u
 
 void computeIndexedDepths(float* depths, const ProjMatrix& m, const float* positions, unsigned int count,
                           const unsigned int* indices, unsigned int indexCount) {
-    // On purpose: no shortcut for the identity.
+    // On purpose: the identity is not looked for here, so that a matrix near it moves these depths.
     const DepthOf depthOf(m);
     for (std::size_t k = 0; k < indexCount; ++k) {
         depths[k] = indices[k] < count ? depthOf(positions + std::size_t(3) * indices[k])
@@ -100,6 +101,50 @@ void sortFew(unsigned int* order, const float* depths, unsigned int count) {
     }
 }
 
+/// What a radix sort of many elements finds out before it moves any.
+template <unsigned int kDigitBits>
+struct Plan {
+    static constexpr unsigned int kDigits = (32 + kDigitBits - 1) / kDigitBits;
+
+    std::uint32_t buckets[kDigits][1U << kDigitBits] = {}; ///< their sizes, later where each begins
+    unsigned int digits[kDigits];                          ///< those that take a pass, lowest first
+    unsigned int passes = 0;
+};
+
+/// Fills in the sizes of the buckets. Returns whether the elements are in order as they stand.
+template <unsigned int kDigitBits>
+bool countDigits(Plan<kDigitBits>& plan, const float* depths, unsigned int count) {
+    bool ascending = true;
+    Pair previous = 0;
+    for (unsigned int i = 0; i < count; ++i) {
+        const Pair pair = pairOf(depths, i);
+        ascending &= previous <= pair;
+        previous = pair;
+        for (unsigned int digit = 0; digit < plan.kDigits; ++digit) {
+            ++plan.buckets[digit][digitOf<kDigitBits>(pair, digit)];
+        }
+    }
+    return ascending;
+}
+
+/// Chooses the passes, and turns the sizes of their buckets into starts. A digit that `any` of the
+/// elements shares with all others takes no pass.
+template <unsigned int kDigitBits>
+void choosePasses(Plan<kDigitBits>& plan, Pair any, unsigned int count) {
+    for (unsigned int digit = 0; digit < plan.kDigits; ++digit) {
+        if (plan.buckets[digit][digitOf<kDigitBits>(any, digit)] == count) {
+            continue;
+        }
+        std::uint32_t sum = 0;
+        for (std::uint32_t& bucket : plan.buckets[digit]) {
+            const std::uint32_t size = bucket;
+            bucket = sum;
+            sum += size;
+        }
+        plan.digits[plan.passes++] = digit;
+    }
+}
+
 /// Sorts by one digit: `next(i)` is the i-th pair, `put(slot, pair)` stores it. `starts` is where
 /// each bucket begins, and is used up.
 template <unsigned int kDigitBits, class Next, class Put>
@@ -110,73 +155,47 @@ void distribute(unsigned int count, unsigned int digit, std::uint32_t* starts, N
     }
 }
 
-/// False when memory runs out.
+/// The passes over `storage`, which has room for the pairs twice, or once where there are two passes
+/// only: the first pass reads the depths, the last one writes the order.
 template <unsigned int kDigitBits>
-bool sortMany(unsigned int* order, const float* depths, unsigned int count) {
-    constexpr unsigned int kDigits = (32 + kDigitBits - 1) / kDigitBits;
-    std::uint32_t starts[kDigits][1U << kDigitBits] = {};
-    bool ascending = true;
-    Pair previous = 0;
-    for (unsigned int i = 0; i < count; ++i) {
-        const Pair pair = pairOf(depths, i);
-        ascending &= previous <= pair;
-        previous = pair;
-        for (unsigned int digit = 0; digit < kDigits; ++digit) {
-            ++starts[digit][digitOf<kDigitBits>(pair, digit)];
-        }
-    }
-    if (ascending) {
-        for (unsigned int i = 0; i < count; ++i) {
-            order[i] = i;
-        }
-        return true;
-    }
-
-    // Counts become starts; a digit with all elements in one bucket sorts nothing.
-    unsigned int digits[kDigits];
-    unsigned int passes = 0;
-    const Pair first = pairOf(depths, 0);
-    for (unsigned int digit = 0; digit < kDigits; ++digit) {
-        if (starts[digit][digitOf<kDigitBits>(first, digit)] == count) {
-            continue;
-        }
-        std::uint32_t sum = 0;
-        for (std::uint32_t& start : starts[digit]) {
-            const std::uint32_t size = start;
-            start = sum;
-            sum += size;
-        }
-        digits[passes++] = digit;
-    }
-
-    // The first pass reads the depths, the last one writes the order; pairs lie in between.
-    const std::unique_ptr<Pair[]> storage =
-        makeNothrowArray<Pair>(std::uint64_t(std::min(passes - 1, 2U)) * count);
-    if (!storage) {
-        return false;
-    }
-    for (unsigned int pass = 0; pass < passes; ++pass) {
-        Pair* const target = storage.get() + (pass % 2 ? count : 0);
-        const Pair* const source = storage.get() + (pass % 2 ? 0 : count);
+void runPasses(Plan<kDigitBits>& plan, unsigned int* order, const float* depths, unsigned int count,
+               Pair* storage) {
+    for (unsigned int pass = 0; pass < plan.passes; ++pass) {
+        Pair* const target = storage + (pass % 2 ? count : 0);
+        const Pair* const source = storage + (pass % 2 ? 0 : count);
         const auto fromDepths = [&](unsigned int i) { return pairOf(depths, i); };
         const auto fromPairs = [&](unsigned int i) { return source[i]; };
         const auto toPairs = [&](std::uint32_t slot, Pair pair) { target[slot] = pair; };
         const auto toOrder = [&](std::uint32_t slot, Pair pair) {
             order[slot] = static_cast<std::uint32_t>(pair);
         };
-        const unsigned int digit = digits[pass];
-        const bool last = pass + 1 == passes;
-        if (pass == 0 && last) {
-            distribute<kDigitBits>(count, digit, starts[digit], fromDepths, toOrder);
-        } else if (pass == 0) {
-            distribute<kDigitBits>(count, digit, starts[digit], fromDepths, toPairs);
-        } else if (last) {
-            distribute<kDigitBits>(count, digit, starts[digit], fromPairs, toOrder);
+        const auto run = [&](auto next, auto put) {
+            distribute<kDigitBits>(count, plan.digits[pass], plan.buckets[plan.digits[pass]], next, put);
+        };
+        const bool last = pass + 1 == plan.passes;
+        if (pass == 0) {
+            last ? run(fromDepths, toOrder) : run(fromDepths, toPairs);
         } else {
-            distribute<kDigitBits>(count, digit, starts[digit], fromPairs, toPairs);
+            last ? run(fromPairs, toOrder) : run(fromPairs, toPairs);
         }
     }
-    return true;
+}
+
+/// False when memory runs out.
+template <unsigned int kDigitBits>
+bool sortMany(unsigned int* order, const float* depths, unsigned int count) {
+    Plan<kDigitBits> plan;
+    if (countDigits(plan, depths, count)) {
+        std::iota(order, order + count, 0U);
+        return true;
+    }
+    choosePasses(plan, pairOf(depths, 0), count);
+    const std::unique_ptr<Pair[]> storage =
+        makeNothrowArray<Pair>(std::uint64_t(std::min(plan.passes - 1, 2U)) * count);
+    if (storage) {
+        runPasses(plan, order, depths, count, storage.get());
+    }
+    return storage != nullptr;
 }
 
 /// Lends the depths to the comparison function for as long as a sort runs.

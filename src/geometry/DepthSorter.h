@@ -17,9 +17,9 @@ public:
     /// component of (x, y, z, 1) `m`, without a division by w, as a float.
     ///
     /// Without `indices`, `order` receives the numbers 0 to `count` - 1 of the `count` points, and
-    /// for an `m` within `epsilonTol` of the identity the depth is z itself. With `indices`, `order`
-    /// receives the positions 0 to `indexCount` - 1 in `indices`: the caller reads
-    /// `indices[order[j]]`.
+    /// for an `m` within `epsilonTol` of the identity the depth is z itself. With `indices`, the depths
+    /// are worked out for the identity as well, and `order` receives the positions 0 to `indexCount` - 1 in
+    /// `indices`: the caller reads `indices[order[j]]`.
     ///
     /// Equal depths keep their order, on every platform; -0 and +0 are equal. Depths that are not a
     /// number come last, in their order; an index that is not below `count` is never followed and
@@ -39,8 +39,8 @@ public:
 
 protected:
     /// The definition of the order, for `qsort` over element numbers: -1 when the depth of `*a` is
-    /// not above that of `*b`, otherwise 1. On purpose never 0. `sortByDepth` does not call it,
-    /// because `qsort` need not be stable.
+    /// not above that of `*b`, otherwise 1. On purpose: never 0, so that of equal depths the first
+    /// comes first. `sortByDepth` does not call it, because `qsort` need not be stable.
     static int depthCompareFunction(const void* a, const void* b);
 
     /// The depth of each element during a sort; null otherwise.

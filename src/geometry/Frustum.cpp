@@ -9,6 +9,8 @@ namespace {
 
 // Two doubles in one register, one per plane of a pair. All six planes are tested before the one
 // branch that decides, which costs less than a branch per plane that is often predicted wrongly.
+// Vector types are an extension of GCC and clang, and there is no other spelling beside it: no other
+// compiler builds the library, and on a machine without such registers these two take two doubles.
 using Two = double __attribute__((vector_size(16)));
 
 Two load(const double (&values)[2]) {
@@ -21,7 +23,8 @@ Two larger(Two p, Two q) {
     return p > q ? p : q;
 }
 
-/// Finite only when all are; floats do not overflow a sum in double.
+/// Whether all six, which come from floats, are finite: then so is their sum, which in double no
+/// float can make overflow.
 bool allFinite(double a, double b, double c, double d, double e, double f) {
     return std::isfinite(a + b + c + d + e + f);
 }
@@ -81,7 +84,8 @@ void Frustum::recomputePlaneEquations(const qvLinear::ProjMatrix& m) {
         pair.b[i % 2] = b / length;
         pair.c[i % 2] = c / length;
         pair.d[i % 2] = d / length;
-        // An infinite length leaves zeros, none at all infinities and not-a-numbers.
+        // Divided by an infinite length the plane is all zeros, which only the test of all corners
+        // passes over; divided by a length of 0 it holds infinities or not-a-numbers.
         fOrdinary = fOrdinary && length > 0 && std::isfinite(length) && std::isfinite(d / length);
     }
     fValid = true;

@@ -2,6 +2,7 @@
 
 #include <iterator>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -9,6 +10,9 @@ template <class T>
 void releaseArray(void* data) {
     delete[] static_cast<T*>(data);
 }
+
+/// For data that is only lent.
+void leaveArray(void* /*data*/) {}
 
 struct ElementTypeRow {
     unsigned int size;
@@ -39,26 +43,30 @@ unsigned int nextUniqueID = 0;
 } // namespace
 
 struct GeometryData::Shared {
-    Shared(const char* objectName, void* elements, ElementType elementType)
-        : name(objectName ? objectName : ""), data(elements), type(elementType) {}
-    Shared(const Shared&) = delete;
-    Shared& operator=(const Shared&) = delete;
-    ~Shared() {
-        if (const ElementTypeRow* row = rowOf(type)) {
-            row->release(data);
-        }
+    using Elements = std::unique_ptr<void, void (*)(void*)>;
+
+    /// Owns the elements from the first line on, so that they are released whatever fails.
+    static std::shared_ptr<const Shared> of(const char* name, ElementType type, void* data) {
+        const ElementTypeRow* row = rowOf(type);
+        Elements elements(data, row ? row->release : leaveArray);
+        return std::make_shared<const Shared>(name ? name : "", std::move(elements));
     }
 
+    Shared(const char* objectName, Elements&& owned) : name(objectName), elements(std::move(owned)) {}
+
     std::string name;
-    void* data;
-    ElementType type;
+    Elements elements;
 };
 
 GeometryData::GeometryData(const char* name, DataType dataType, ElementType elementType,
                            ElementSize elementSize, unsigned int elementCount, void* data)
-    : IResource(name ? name : ""), fShared(std::make_shared<const Shared>(name, data, elementType)),
-      fData(data), fUniqueID(nextUniqueID++), fDataType(dataType), fElementType(elementType),
-      fElementSize(elementSize), fElementCount(elementCount) {}
+    : GeometryData(Shared::of(name, elementType, data), dataType, elementType, elementSize, elementCount) {}
+
+GeometryData::GeometryData(std::shared_ptr<const Shared> shared, DataType dataType, ElementType elementType,
+                           ElementSize elementSize, unsigned int elementCount)
+    : IResource(shared->name), fShared(std::move(shared)), fData(fShared->elements.get()),
+      fUniqueID(nextUniqueID++), fDataType(dataType), fElementType(elementType), fElementSize(elementSize),
+      fElementCount(elementCount) {}
 
 GeometryData::GeometryData() = default;
 GeometryData::GeometryData(const GeometryData& other) = default;

@@ -13,6 +13,9 @@
 /// The array takes over `data`, which comes from `new T[n]` of its element type. Copies share name
 /// and data, and the last one releases them; data of an element type outside the table is lent and
 /// never released.
+///
+/// On purpose: the reference count is copied and assigned along with everything else, so that whoever
+/// assigns to an array that has owners sets its count right.
 class QV_EXPORT GeometryData : public IResource {
 public:
     /// What the elements mean. Other values may be stored; no iterator serves them.
@@ -49,12 +52,15 @@ public:
 
     /// @param name         copied; null counts as empty
     /// @param elementCount the number of elements, each of `elementSize` components
-    /// @param data         taken over; may be null
+    /// @param data         taken over, also when memory runs out; may be null
+    /// @throws std::bad_alloc when memory runs out
     GeometryData(const char* name, DataType dataType, ElementType elementType, ElementSize elementSize,
                  unsigned int elementCount, void* data);
-    /// On purpose: a copy keeps the unique number of its source.
+    /// On purpose: a copy keeps the unique number of its source, so that both are one array to those
+    /// who tell arrays apart by number.
     GeometryData(const GeometryData& other);
-    /// Takes over everything from `other`, the unique number included.
+    /// Takes over everything from `other`, the unique number included. Nothing changes when memory runs
+    /// out.
     GeometryData& operator=(const GeometryData& other);
 
     /// The name given at construction; empty for an array without one.
@@ -87,6 +93,9 @@ protected:
 
 private:
     struct Shared;
+
+    GeometryData(std::shared_ptr<const Shared> shared, DataType dataType, ElementType elementType,
+                 ElementSize elementSize, unsigned int elementCount);
 
     std::shared_ptr<const Shared> fShared; ///< name and data, owned by all copies together
     void* fData = nullptr;

@@ -39,7 +39,6 @@ GeometryDataIndex& GeometryDataIndex::operator=(const GeometryDataIndex& other) 
     IResource::operator=(other);
     fIndexArray = std::move(indexArray);
     fIndicesCount = other.fIndicesCount;
-    fUniqueID = nextUniqueID++;
     fDrawPrimitive = other.fDrawPrimitive;
     fBoundingBox = other.fBoundingBox;
     fBoundingSphere = other.fBoundingSphere;

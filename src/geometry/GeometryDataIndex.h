@@ -18,6 +18,9 @@
 ///
 /// The index array, from `new unsigned int[n]`, is taken over; a copy has one of its own. The
 /// attribute arrays are not counted: whoever holds references on them keeps them alive.
+///
+/// On purpose: the reference count is copied and assigned along with everything else, so that whoever
+/// assigns to an index array that has owners sets its count right.
 class QV_EXPORT GeometryDataIndex : public IResource {
 public:
     /// What the indices draw. The library stores it without looking at it.
@@ -37,14 +40,15 @@ public:
 
     /// @param indicesCount the number of entries in `indexArray`
     /// @param data         the attribute arrays that the indices address
-    /// @param indexArray   vertex numbers, taken over; may be null
+    /// @param indexArray   vertex numbers, taken over, also when memory runs out; may be null
+    /// @throws std::bad_alloc when memory runs out
     GeometryDataIndex(DrawPrimitiveType drawPrimitive, unsigned int indicesCount,
                       const std::vector<const GeometryData*>& data, unsigned int* indexArray);
     GeometryDataIndex(const GeometryDataIndex& other);
+    /// Takes over everything but the unique number. Nothing changes when memory runs out.
     GeometryDataIndex& operator=(const GeometryDataIndex& other);
 
-    /// Tells index arrays apart, drawn from a counter of their own; the array of a copy has a new
-    /// number.
+    /// Tells index arrays apart: drawn once from a counter of their own, by a copy as well.
     unsigned int uniqueID() const { return fUniqueID; }
     /// What the indices are drawn as.
     DrawPrimitiveType drawPrimitive() const { return fDrawPrimitive; }
@@ -65,8 +69,8 @@ public:
     /// The number of vertex numbers.
     unsigned int indicesCount() const { return fIndicesCount; }
 
-    /// The attribute arrays. On purpose open to changes, also of a constant object: adding an
-    /// attribute does not change what is drawn.
+    /// The attribute arrays. On purpose: they are open to changes in a constant object as well, so
+    /// that a group can add an attribute to the index arrays that it was given.
     std::vector<const GeometryData*>* dataPtrArrayPtr() const { return &fDataPtrArray; }
 
 protected:

@@ -1,10 +1,9 @@
 #include "geometry/GeometryDataIterator.h"
 
 void GeometryDataIterator::reset(const GeometryDataIndex* index, const unsigned int* collections) {
-    fIndexArray = index ? index->indexArray() : nullptr;
+    fIndex = index;
     fPosition = 0;
-    fCount = fIndexArray ? index->indicesCount() : 0;
-    fEnd = fCount;
+    fRangeEnd = kNoRange;
     fVertex = fNormal = fTextureCoord = fTextureCoord2 = fColor = fWeight = fTangent = fTangent2 = fBinormal =
         fUserData = Attribute();
     if (!index) {
@@ -54,6 +53,7 @@ void GeometryDataIterator::reset(const GeometryDataIndex* index, const unsigned 
 }
 
 bool GeometryDataIterator::setRange(unsigned long /*start*/, unsigned long end) {
-    fEnd = end <= fCount ? end : fCount;
-    return end <= fCount;
+    const bool fits = end <= count();
+    fRangeEnd = fits ? end : kNoRange;
+    return fits;
 }

@@ -11,9 +11,12 @@
 ///         const auto* xyz = static_cast<const float*>(it.vertex());
 ///     }
 ///
-/// On purpose: an element is taken as `elementSize` components of 4 bytes, whatever its type. An
-/// attribute without an array gives an address counted from null, not to be used. At the end the
-/// accessors give the addresses of vertex 0.
+/// The index object's array and count are read as they stand at each step; attribute arrays that it
+/// is given later are served after a `reset`.
+///
+/// On purpose: an element is taken as `elementSize` components of 4 bytes whatever its type, so that
+/// bytes, shorts and doubles are not found. An attribute without an array gives an address counted
+/// from null, not to be used. At the end the accessors give the addresses of vertex 0.
 class QV_EXPORT GeometryDataIterator {
 public:
     /// Walks nothing.
@@ -30,21 +33,21 @@ public:
     ///                    coordinates and of tangents; null: any array serves both sets
     void reset(const GeometryDataIndex* index, const unsigned int* collections);
 
-    /// Ends the walk at `end`. On purpose: it goes on from the current position, not from `start`,
-    /// and never ends when that already lies behind `end`. False, and the walk is unranged, when
-    /// `end` is above `count()`.
+    /// Ends the walk at `end`, or at the last index where the index object has fewer by then. False,
+    /// and the walk is unranged, when `end` is above `count()`. On purpose: `start` is not looked at,
+    /// so that the walk goes on from where it is.
     bool setRange(unsigned long start, unsigned long end);
 
     /// Goes on to the next index; stays at the end.
     void next() {
-        if (fPosition < fEnd) {
+        if (!isDone()) {
             ++fPosition;
         }
     }
-    /// Whether the end is reached.
-    bool isDone() const { return fPosition == fEnd; }
+    /// Whether the position is at the end or behind it.
+    bool isDone() const { return fPosition >= (fRangeEnd < count() ? fRangeEnd : count()); }
     /// The number of indices, whatever the range.
-    unsigned long count() const { return fCount; }
+    unsigned long count() const { return fIndex && fIndex->indexArray() ? fIndex->indicesCount() : 0; }
 
     /// The address of the current vertex's position.
     void* vertex() const { return address(fVertex); }
@@ -70,7 +73,7 @@ public:
 protected:
     /// The current index times `size`; 0 at the end.
     unsigned long computeIndex(unsigned long size) const {
-        return fPosition < fCount ? fIndexArray[fPosition] * size : 0;
+        return fPosition < count() ? fIndex->indexArray()[fPosition] * size : 0;
     }
 
 private:
@@ -79,16 +82,18 @@ private:
         unsigned long stride = 0; ///< bytes from one element to the next
     };
 
-    // Computed as a number, because the base may be null.
+    // Computed as a number, because the base may be null. NOLINTBEGIN(performance-no-int-to-ptr)
     void* address(const Attribute& attribute) const {
         return reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(attribute.base) +
                                        computeIndex(attribute.stride));
     }
+    // NOLINTEND(performance-no-int-to-ptr)
 
-    const unsigned int* fIndexArray;
+    static constexpr unsigned long kNoRange = ~0UL;
+
+    const GeometryDataIndex* fIndex;
     unsigned int fPosition;
-    unsigned long fCount;
-    unsigned long fEnd; ///< where the walk ends: the end of the range, or the count
+    unsigned long fRangeEnd; ///< `kNoRange` for all indices
     Attribute fVertex, fNormal, fTextureCoord, fTextureCoord2, fColor, fWeight, fTangent, fTangent2,
         fBinormal, fUserData;
 };

@@ -31,11 +31,16 @@ GeometryLogicalGroup::GeometryLogicalGroup(const GeometryLogicalGroup& other)
     refAll(fData);
 }
 
+GeometryLogicalGroup::GeometryLogicalGroup(GeometryLogicalGroup&& other) noexcept = default;
+
 GeometryLogicalGroup& GeometryLogicalGroup::operator=(const GeometryLogicalGroup& other) {
-    GeometryLogicalGroup copy(other);
-    std::swap(fName, copy.fName);
-    std::swap(fData, copy.fData);
-    std::swap(fIndices, copy.fIndices);
+    return *this = GeometryLogicalGroup(other);
+}
+
+GeometryLogicalGroup& GeometryLogicalGroup::operator=(GeometryLogicalGroup&& other) noexcept {
+    std::swap(fName, other.fName);
+    std::swap(fData, other.fData);
+    std::swap(fIndices, other.fIndices);
     return *this;
 }
 
@@ -58,7 +63,12 @@ void GeometryLogicalGroup::appendData(const GeometryData* data) {
         return;
     }
     fData.push_back(data);
-    if (!fIndices.empty() && fIndices.front()) {
-        fIndices.front()->dataPtrArrayPtr()->push_back(data);
+    try {
+        if (!fIndices.empty() && fIndices.front()) {
+            fIndices.front()->dataPtrArrayPtr()->push_back(data);
+        }
+    } catch (...) {
+        fData.pop_back();
+        throw;
     }
 }

@@ -14,28 +14,27 @@ public:
     void reset(const GeometryLogicalGroup* group) {
         fGroup = group;
         fPosition = 0;
-        fCount = group ? static_cast<unsigned long>(group->indexArrays().size()) : 0;
     }
 
     /// Goes on to the next index array; stays at the end.
     void next() {
-        if (fPosition < fCount) {
+        if (!isDone()) {
             ++fPosition;
         }
     }
-    /// Whether the end is reached.
-    bool isDone() const { return fPosition == fCount; }
-    /// The number of index arrays.
-    unsigned long count() const { return fCount; }
+    /// Whether the position is at the end or behind it.
+    bool isDone() const { return fPosition >= count(); }
+    /// The number of index arrays that the group has.
+    unsigned long count() const {
+        return fGroup ? static_cast<unsigned long>(fGroup->indexArrays().size()) : 0;
+    }
 
     /// The index array at the current position; null at the end.
     const GeometryDataIndex* dataIndexPointer() const {
-        return fGroup && fPosition < fGroup->indexArrays().size() ? fGroup->indexArrays()[fPosition]
-                                                                  : nullptr;
+        return isDone() ? nullptr : fGroup->indexArrays()[fPosition];
     }
 
 private:
     unsigned int fPosition;
-    unsigned long fCount;
     const GeometryLogicalGroup* fGroup;
 };

@@ -16,7 +16,7 @@
 ///     box.unionOf(a, b, both);   // {0, 2}
 class QV_EXPORT IBounds {
 public:
-    /// What an object is. On purpose: no class uses the values 0 to 3.
+    /// What an object is. On purpose: no class uses the values 0 to 3, which hosts never see.
     enum BoundsType : int {
         kInvalidBoundsType = -1,
         kAABoundingBoxType = 4,
@@ -53,29 +53,30 @@ public:
     /// Sets that setting.
     static void setTolerance(float tolerance);
 
-    /// Whether `v` lies in [low, high], widened by `tol` at both ends.
+    /// Whether low <= v <= high.
     bool contains(float low, float high, float v) const { return low <= v && v <= high; }
-    /// The same, widened.
+    /// Whether low - tol <= v <= high + tol.
     bool contains(float low, float high, float v, float tol) const {
         return low - tol <= v && v <= high + tol;
     }
-    /// The same for an interval of two floats.
+    /// Whether `v` lies in the interval `range`.
     bool contains(const float* range, float v) const { return contains(range[0], range[1], v); }
-    /// The same, widened.
+    /// Whether `v` lies in the interval `range`, widened by `tol` at both ends.
     bool contains(const float* range, float v, float tol) const {
         return contains(range[0], range[1], v, tol);
     }
 
-    /// On purpose: whether the FIRST interval lies within the second, widened by `tol`.
+    /// On purpose: it is the FIRST interval that is looked for within the second, so that
+    /// `contains({1, 2}, {0, 5})` is true.
     bool contains(const float* a, const float* b) const { return b[0] <= a[0] && a[1] <= b[1]; }
-    /// The same, widened.
+    /// Whether the first interval lies within the second when that is widened by `tol` at both ends.
     bool contains(const float* a, const float* b, float tol) const {
         return b[0] - tol <= a[0] && a[1] <= b[1] + tol;
     }
 
-    /// Whether the intervals have a point in common, the second one widened by `tol`.
+    /// Whether the intervals have a point in common.
     bool intersects(const float* a, const float* b) const { return a[0] <= b[1] && b[0] <= a[1]; }
-    /// The same, widened.
+    /// Whether they have a point in common when the second is widened by `tol` at both ends.
     bool intersects(const float* a, const float* b, float tol) const {
         return a[0] <= b[1] + tol && b[0] - tol <= a[1];
     }

@@ -4,6 +4,7 @@
 #include "geometry/NothrowArray.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace {
@@ -15,38 +16,48 @@ bool holdsFloatTriples(const GeometryData& data) {
     return size == 0 || data.elementSize() >= int((3 * sizeof(float) + size - 1) / size);
 }
 
+/// An index object for arrays without indices; its reference count is 0. Made by hand, because a `new`
+/// whose constructor throws would lose the storage of a shared object.
+GeometryDataIndex* makeIndex(GeometryDataIndex::DrawPrimitiveType type,
+                             const std::vector<const GeometryData*>& data) {
+    void* const storage = ::operator new(sizeof(GeometryDataIndex));
+    try {
+        return new (storage) GeometryDataIndex(type, 0, data, nullptr);
+    } catch (...) {
+        ::operator delete(storage);
+        throw;
+    }
+}
+
 } // namespace
+
+// The constructors take their references last, when nothing can fail any more.
 
 ParticleData::ParticleData(const ParticleType& type, float size, GeometryData& positions,
                            GeometryData& velocities, GeometryData* normals, GeometryData* colors,
                            GeometryData* alphas)
-    : fParticleType(type), fSize(size) {
-    append(positions);
-    append(velocities);
+    : fParticleType(type), fDataArrays{&positions, &velocities}, fSize(size) {
     fNormals = appendOptional(normals);
     fColors = appendOptional(colors);
     fAlphas = appendOptional(alphas);
-    const std::vector<const GeometryData*> data(fDataArrays.begin(), fDataArrays.end());
-    // On purpose: its reference count stays 0.
-    fDataIndex.reset(new GeometryDataIndex(GeometryDataIndex::kPoints, 0, data, nullptr));
+    fDataIndex.reset(makeIndex(GeometryDataIndex::kPoints, {fDataArrays.begin(), fDataArrays.end()}));
+    refArrays();
 }
 
 ParticleData::ParticleData(const ParticleData& other)
     : IResource(other), fParticleType(other.fParticleType), fBlendType(other.fBlendType),
       fIndexCount(other.fIndexCount), fSortedByDepth(other.fSortedByDepth),
-      fWantDepthSort(other.fWantDepthSort),
+      fWantDepthSort(other.fWantDepthSort), fDataArrays(other.fDataArrays),
       // Built anew: a copy of the index would start with the source's reference count.
-      fDataIndex(new GeometryDataIndex(other.drawType(), 0, *other.fDataIndex->dataPtrArrayPtr(), nullptr)),
-      fSize(other.fSize), fNormals(other.fNormals), fColors(other.fColors), fAlphas(other.fAlphas) {
+      fDataIndex(makeIndex(other.drawType(), *other.fDataIndex->dataPtrArrayPtr())), fSize(other.fSize),
+      fNormals(other.fNormals), fColors(other.fColors), fAlphas(other.fAlphas) {
     std::copy(std::begin(other.fColor), std::end(other.fColor), fColor);
     if (other.fIndexing) {
         fIndexing.reset(new unsigned int[other.fIndexingLength]);
         std::copy_n(other.fIndexing.get(), other.fIndexingLength, fIndexing.get());
         fIndexingLength = other.fIndexingLength;
     }
-    for (GeometryData* data : other.fDataArrays) {
-        append(*data);
-    }
+    refArrays();
 }
 
 ParticleData& ParticleData::operator=(const ParticleData& other) {
@@ -59,7 +70,6 @@ ParticleData& ParticleData::operator=(const ParticleData& other) {
 }
 
 ParticleData::~ParticleData() {
-    fDataIndex.reset();
     for (GeometryData* data : fDataArrays) {
         data->unref();
     }
@@ -83,18 +93,19 @@ void ParticleData::swap(ParticleData& other) {
     std::swap(fAlphas, other.fAlphas);
 }
 
-void ParticleData::append(GeometryData& data) {
-    fDataArrays.push_back(&data);
-    data.ref();
-}
-
 /// The number of the array; -1 when it is null.
 int ParticleData::appendOptional(GeometryData* data) {
     if (!data) {
         return -1;
     }
-    append(*data);
+    fDataArrays.push_back(data);
     return static_cast<int>(fDataArrays.size()) - 1;
+}
+
+void ParticleData::refArrays() {
+    for (GeometryData* data : fDataArrays) {
+        data->ref();
+    }
 }
 
 void ParticleData::setColor(const float* rgba) {

@@ -21,6 +21,12 @@
 /// The arrays of the constructor are counted: the caller keeps its own references. Every copy has
 /// its own order and takes its own references. Positions, velocities and normals are three floats
 /// each, alphas one.
+///
+/// Constructors, copies and `addData` throw std::bad_alloc when memory runs out, with nothing changed
+/// and every reference where it was.
+///
+/// On purpose: the reference count is copied and assigned along with everything else, so that whoever
+/// assigns to particle data that has owners sets its count right.
 class QV_EXPORT ParticleData : public IResource {
 public:
     /// How the particles are drawn. The library looks only at the two types with several positions
@@ -57,8 +63,8 @@ public:
     /// indices, and as many entries as were chosen.
     const unsigned int* getIndexing() const { return fIndexing.get(); }
     /// The number of positions that were there to sort, also when the sort could not be done; 0
-    /// before a sort and after `removeSortByDepth`. On purpose that is not the length of an order of
-    /// chosen indices, which its caller knows.
+    /// before a sort and after `removeSortByDepth`. On purpose: it counts the positions after a sort of
+    /// chosen indices as well, so that the order may have fewer entries than this says.
     unsigned int getIndexCount() const { return fIndexCount; }
 
     /// The size of a particle, in the units of the positions.
@@ -86,7 +92,7 @@ public:
     /// Sets that primitive.
     void setDrawType(GeometryDataIndex::DrawPrimitiveType type) { fDataIndex->setDrawPrimitive(type); }
 
-    /// Appends an array and takes over the caller's reference.
+    /// Appends an array and takes over the caller's reference, unless it throws.
     void addData(const GeometryData& data);
     /// The number of the first array with exactly this object name; -1 when there is none. Linear
     /// in the number of arrays.
@@ -105,8 +111,8 @@ public:
 private:
     friend class ParticleDataIterator;
 
-    void append(GeometryData& data);
     int appendOptional(GeometryData* data);
+    void refArrays();
     void swap(ParticleData& other);
 
     struct Unref {

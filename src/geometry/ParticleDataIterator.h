@@ -2,6 +2,7 @@
 
 #include "geometry/ParticleData.h"
 
+#include <algorithm>
 #include <cstdint>
 
 /// Walks particles, all of them or those that a filter names, and hands out the addresses of the
@@ -10,12 +11,21 @@
 ///     ParticleDataIterator it(smoke, nullptr, 0);
 ///     for (it.useParticleDataFilter(); !it.isDone(); it.next()) { draw(it.position(), it.color()); }
 ///
+/// The data's own depth order is read as it stands at each step: after another sort the walk goes on
+/// through the new order, and after `removeSortByDepth` it is at its end. For types with several
+/// positions per particle that order counts positions. The walk is then over positions: `index()` is
+/// the number of a position, `position()` and `userData(0)` belong to that position, and all other
+/// attributes are those of the particle that it belongs to (the last one for positions left over).
+/// Numbers in an order that no position has, as a sort of chosen indices may leave them, count as the
+/// last position.
+///
 /// An attribute whose array has no data gives an address counted from null, not to be used.
 class QV_EXPORT ParticleDataIterator {
 public:
-    /// @param filter      the numbers of the particles to walk, not owned; null: all
+    /// @param filter      the numbers of the particles to walk, not owned; null: all; or the data's own
+    ///                    depth order
     /// @param filterCount the number of entries in `filter`; of the data's own depth order no more
-    ///                    than it has
+    ///                    than it has are walked
     ParticleDataIterator(const ParticleData& data, const unsigned int* filter, unsigned int filterCount) {
         reset(data, filter, filterCount);
     }
@@ -23,41 +33,52 @@ public:
     ParticleDataIterator& operator=(const ParticleDataIterator& other);
     virtual ~ParticleDataIterator();
 
-    /// Starts again. With several positions per particle, `count()` is the number of velocities,
-    /// whatever the filter, and `multiCount()` the positions for each. On purpose: for other types
-    /// `multiCount()` is left as it was.
+    /// Starts again. On purpose: with several positions per particle `count()` is the number of
+    /// velocities whatever the filter, so that behind the end of a shorter filter the numbers go on with
+    /// that of the step.
     void reset(const ParticleData& data, const unsigned int* filter, unsigned int filterCount);
     /// Goes back to the first particle of the walk.
     void reset() { fPosition = 0; }
-    /// On purpose without a bound.
+    /// On purpose: the step has no bound, so that it counts on behind the end.
     void next() { ++fPosition; }
     /// Whether the end is reached.
-    bool isDone() const { return fPosition >= fCount; }
-    /// The number of particles that are walked.
-    unsigned int count() const { return fCount; }
-    /// The positions per particle; 1 at first.
+    bool isDone() const { return fPosition >= count(); }
+    /// The number of particles that are walked; of positions in a walk over positions.
+    unsigned int count() const { return fOwnOrder ? ownOrderCount() : fCount; }
+    /// The positions per particle; 1 for types with one position.
     unsigned int multiCount() const { return fMultiCount; }
 
-    /// Walks what `filter` names from here on. On purpose: a null filter empties the walk.
+    /// Walks what `filter` names from here on. On purpose: a null filter empties the walk, so that only
+    /// a `reset` brings all particles back.
     void setFilter(const unsigned int* filter, unsigned int filterCount);
-    /// Walks the particle data's depth order; nothing when it is not sorted.
+    /// Walks the particle data's depth order; nothing when it is not sorted, or when there are several
+    /// positions per particle but no particles.
     void useParticleDataFilter();
 
-    /// The number of the current particle; the position itself behind the end of a filter.
+    /// The number of the current particle, or of the position in a walk over positions; the number of
+    /// the step behind the end of a filter.
     unsigned int index() const {
-        return fFilter && fPosition < fFilterCount ? fFilter[fPosition] : fPosition;
+        const unsigned int* filter = fOwnOrder ? fData->fIndexing.get() : fFilter;
+        const unsigned int length = fOwnOrder ? fData->fIndexingLength : fFilterCount;
+        return fPosition < length ? filter[fPosition] : fPosition;
     }
 
     /// The first position of the current particle, which has `multiCount()` of them.
-    void* position() const { return address(fPositions, std::size_t(fMultiCount) * kTripleSize); }
+    void* position() const {
+        return fOwnOrder ? address(fPositions, ownPosition(), kTripleSize)
+                         : address(fPositions, index(), std::size_t(fMultiCount) * kTripleSize);
+    }
     /// The current particle's velocity.
-    void* velocity() const { return address(fVelocities, kTripleSize); }
+    void* velocity() const { return address(fVelocities, particle(), kTripleSize); }
     /// Null without normals.
-    void* normal() const { return fNormals ? address(fNormals, kTripleSize) : nullptr; }
+    void* normal() const { return fNormals ? address(fNormals, particle(), kTripleSize) : nullptr; }
     /// Null without colours.
-    void* color() const { return fColors ? address(fColors, std::size_t(fColorSize) * 4) : nullptr; }
-    /// On purpose: null without COLOURS, whether or not there are alphas.
-    void* alpha() const { return fColors ? address(fAlphas, 4) : nullptr; }
+    void* color() const {
+        return fColors ? address(fColors, particle(), std::size_t(fColorSize) * 4) : nullptr;
+    }
+    /// Null without alphas. On purpose: null without COLOURS as well, so that alphas alone are found
+    /// through `alphaData()` only.
+    void* alpha() const { return fColors && fAlphas ? address(fAlphas, particle(), 4) : nullptr; }
     /// The current particle's element of the array with this number; null when there is none.
     void* userData(unsigned int number) const;
 
@@ -75,17 +96,32 @@ public:
 private:
     static constexpr std::size_t kTripleSize = 3 * sizeof(float);
 
-    // Computed as a number, because the base may be null.
-    void* address(void* base, std::size_t stride) const {
-        return reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(base) + index() * stride);
+    // Computed as a number, because the base may be null. NOLINTBEGIN(performance-no-int-to-ptr)
+    static void* address(void* base, std::size_t element, std::size_t stride) {
+        return reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(base) + element * stride);
     }
+    // NOLINTEND(performance-no-int-to-ptr)
+
+    /// Whose attributes are handed out.
+    unsigned int particle() const {
+        return fOwnOrder ? std::min(index() / fOrderMultiple, fLastParticle) : index();
+    }
+    /// In a walk through the data's own order: which position is handed out.
+    unsigned int ownPosition() const { return std::min(index(), fLastPosition); }
+    unsigned int ownOrderCount() const;
+    void walkOwnOrder(unsigned int most);
 
     const ParticleData* fData;
-    const unsigned int* fFilter;
-    unsigned int fFilterCount;
-    unsigned int fPosition;
-    unsigned int fCount;
+    bool fOwnOrder;              ///< the filter is the data's own order, which may be replaced
+    bool fCountsVelocities;      ///< in the data's own order: `fCount` holds whatever its length
+    const unsigned int* fFilter; ///< the host's own; null when there is none
+    unsigned int fFilterCount;   ///< 0 when there is none
+    unsigned int fPosition;      ///< the number of the step
+    unsigned int fCount;         ///< for the data's own order the most steps that it may have
     unsigned int fMultiCount = 1;
+    unsigned int fOrderMultiple; ///< entries of the data's own order for one particle; 1 or more
+    unsigned int fLastParticle;
+    unsigned int fLastPosition;
     unsigned int fColorSize; ///< components per colour
     void* fPositions;
     void* fVelocities;

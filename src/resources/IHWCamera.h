@@ -55,8 +55,8 @@ public:
     /// A symmetric `setFrustum`. `aspect` widens the vertical extent into the horizontal one.
     /// @param fovyDegrees the whole vertical angle
     void setPerspective(double fovyDegrees, double aspect, double nearPlane, double farPlane);
-    /// A symmetric `setOrtho`. On purpose the other way round than `setPerspective`: the height is
-    /// `width` times `aspect`.
+    /// A symmetric `setOrtho`. On purpose: the height is `width` times `aspect`, so that the same
+    /// picture takes the reciprocal of the aspect that `setPerspective` takes.
     void setOrthographic(double width, double aspect, double nearPlane, double farPlane);
     /// The extents in the order in which `setFrustum` takes them.
     void getFrustum(double& left, double& right, double& bottom, double& top, double& nearPlane,
@@ -68,7 +68,7 @@ public:
     }
 
 protected:
-    /// Brings the frustum in step with the matrices.
+    /// Takes the frustum's planes from the product of view and projection.
     void recomputeFrustum();
 
 private:

@@ -25,6 +25,7 @@ void IHWLight::computeThresholdRadius(float intensity, float threshold, unsigned
     if (exponent == 0 || !(threshold > 0)) {
         return;
     }
-    const float r = std::fabs(intensity) / threshold;
-    fThresholdRadius = exponent == 1 ? r : static_cast<float>(std::pow(r, 1.0L / exponent));
+    // In extended precision, where a quotient that is too large or small for a float still has a root.
+    const long double r = std::fabs(static_cast<long double>(intensity)) / threshold;
+    fThresholdRadius = static_cast<float>(exponent == 1 ? r : std::pow(r, 1.0L / exponent));
 }

@@ -62,7 +62,8 @@ public:
     float spotCutoff() const { return fSpotCutoff; }
     /// Sets that angle.
     void setSpotCutoff(float degrees) { fSpotCutoff = degrees; }
-    /// Sets the cutoff to half of the full opening `angle`. On purpose: `coneAngle()` stays.
+    /// Sets the cutoff to half of the full opening `angle`. On purpose: `coneAngle()` stays,
+    /// so that the two may contradict each other.
     void setSpotConeAngle(float angle) { fSpotCutoff = angle * 0.5F; }
     /// How sharply a spot falls off from its axis; 0 for not at all.
     float spotExponent() const { return fSpotExponent; }
@@ -112,8 +113,8 @@ public:
     /// The distance beyond which the light no longer matters; 0 until it is computed.
     float thresholdRadius() const { return fThresholdRadius; }
     /// Finds the distance at which an intensity that falls off with the `exponent`-th power of the
-    /// distance drops to `threshold`: (|intensity| / threshold) ^ (1 / exponent). It is 0 for an
-    /// exponent of 0 and a threshold that is not above 0.
+    /// distance drops to `threshold`: (|intensity| / threshold) ^ (1 / exponent), computed in extended
+    /// precision. It is 0 for an exponent of 0 and for a threshold that is not above 0.
     void computeThresholdRadius(float intensity, float threshold, unsigned int exponent);
 
 protected:

@@ -9,7 +9,6 @@ namespace qvShadingDag {
 namespace {
 
 constexpr unsigned int kMostErrors = 100;
-constexpr unsigned int kMaxNesting = 256; // as deep as the parser follows
 
 struct Word {
     const char* word;

@@ -35,9 +35,9 @@ public:
     /// The mouse moved (`kNoButton`, `kMove`), or a button was pressed or released, at a pixel of
     /// the client area; the origin is its top left corner and y grows downwards.
     ///
-    /// On purpose: the coordinates are unsigned 16-bit numbers, so that a position left of or above
-    /// the client area, which a host with the mouse captured can get, reads as 65536 less its
-    /// distance. Cast to `short` to have it negative.
+    /// On purpose: the coordinates are unsigned 16-bit numbers, so that a position left of or above the
+    /// client area, which a host with the mouse captured can get, reads as 65536 less its distance.
+    /// Cast to `short` to have it negative.
     virtual void mouseButton(int /*button*/, int /*event*/, int /*x*/, int /*y*/) {}
 
     virtual ~MessageHandler();

@@ -98,7 +98,7 @@ bool SimpleWindow::Procedure::dispatch(SimpleWindow& window, HWND handle, UINT m
         return true;
     case WM_ACTIVATE:
         // On purpose: the system's default is left out, so that activation alone does not bring the
-        // keyboard; the host calls setFocus().
+        // keyboard to the window; the host calls setFocus().
         window.fActive = HIWORD(wParam) == 0;
         return true;
     case WM_PAINT:
@@ -116,8 +116,9 @@ bool SimpleWindow::Procedure::dispatch(SimpleWindow& window, HWND handle, UINT m
     case WM_KEYUP:
         return true;
     case WM_SYSCOMMAND:
-        // Neither the screen saver nor power saving starts over a viewer. On purpose: the whole
-        // number counts, with the low four bits that the system keeps for itself.
+        // Neither the screen saver nor power saving starts over a viewer. On purpose: the whole number
+        // is compared, so that a command with one of the low four bits set, which the system keeps for
+        // itself, gets the system's treatment.
         return wParam == SC_SCREENSAVE || wParam == SC_MONITORPOWER;
     default:
         return false;
@@ -162,10 +163,16 @@ void SimpleWindow::Procedure::forget(HWND handle) {
     if (found == fsWindows.end()) {
         return;
     }
-    if (found->second) {
-        found->second->fWrapper.release();
-    }
+    SimpleWindow* window = found->second;
     fsWindows.erase(found);
+    if (!window) {
+        return;
+    }
+    window->fWrapper.release();
+    if (window->fAlive) { // neither closed before nor destroyed by its object: nobody else ends the loop
+        window->fAlive = false;
+        PostQuitMessage(0);
+    }
 }
 
 void SimpleWindow::Procedure::keepException() {

@@ -21,7 +21,9 @@
 ///
 /// An object makes one window in its life: a second `create` returns `kRegisterClassFailed` and
 /// leaves the window as it is. The close button destroys nothing: it ends the host's loop
-/// (`kQuitMessage`), and the window goes with its object. It may be destroyed by its handler.
+/// (`kQuitMessage`), and the window goes with its object. A handler may destroy the object, which ends
+/// nothing; the window alone destroyed behind the object's back, by its handle, ends the loop as the
+/// close button does.
 ///
 /// While a handler is being called, no other call to any handler begins: messages that the system
 /// sends meanwhile, to whichever window, get the system's default treatment.
@@ -52,11 +54,12 @@ public:
 
     /// Whether the window was not minimised when it was last activated or deactivated.
     bool isActive() const { return fActive; }
-    /// False once the window has been asked to close.
+    /// False once the window has been asked to close, or has been destroyed.
     bool isAlive() const { return fAlive; }
 
     /// The simple window with this handle (HWND), or null. On purpose: an unknown handle enters the
-    /// map of windows with null, as every handle does whose first messages arrive during `create`.
+    /// map of windows with null, as every handle does whose first messages arrive during `create`, so
+    /// that asking for ever new handles makes the map grow.
     static SimpleWindow* getWindow(HWND__* window);
     /// The handler of the simple window with this handle, or null.
     static MessageHandler* getHandler(HWND__* window);

@@ -19,12 +19,12 @@ class QV_EXPORT WindowWrapper {
 public:
     /// No window and no device context.
     WindowWrapper() = default;
-    /// Wraps `window` with a device context fetched from it; on purpose, `dc` then counts for
-    /// nothing. Without a window, `dc` is kept as it is and stays its owner's.
+    /// Wraps `window` with a device context fetched from it. On purpose: `dc` counts without a window
+    /// only, where it is kept as it is and stays its owner's.
     WindowWrapper(HWND__* window, HDC__* dc);
     /// Wraps the same window with a device context of its own; without a window, a plain copy.
     WindowWrapper(const WindowWrapper& other);
-    /// The same, after which the context that this wrapper held before is given back.
+    /// Becomes a copy of `other`; the context that this wrapper held before is given back.
     WindowWrapper& operator=(const WindowWrapper& other);
     /// Releases the device context.
     virtual ~WindowWrapper();

@@ -104,13 +104,25 @@ TEST(Linear, EquivalenceIsInclusiveAndFailsForNotANumber) {
 }
 
 TEST(Linear, LengthsAndDistances) {
-    Vector v(2, 3, 6);
-    EXPECT_EQ(v.length(), 7);
-    v.normalize();
-    EXPECT_NEAR(v.z, 6.0 / 7, 1e-15);
+    AffineMatrix turned;
+    turned.rotate(0.7, Normal(2, -3, 6));
+    // Also where squares are no doubles; 5e-324 is the least of all.
+    for (double scale : {5e-324, 1e-300, 1e-160, 1e-136, 1.0, 1e135, 1e160, 1e300}) {
+        Vector v(2 * scale, -3 * scale, 6 * scale);
+        EXPECT_NEAR(v.length() / scale, 7, 1e-14) << scale;
+        AffineMatrix m;
+        m.rotate(0.7, Normal(v.x, v.y, v.z));
+        EXPECT_TRUE(equivalent(ProjMatrix(m), ProjMatrix(turned), 1e-15)) << scale;
+        v.normalize();
+        EXPECT_NEAR(v.x, 2.0 / 7, 1e-15) << scale;
+        EXPECT_NEAR(v.y, -3.0 / 7, 1e-15) << scale;
+        EXPECT_NEAR(v.z, 6.0 / 7, 1e-15) << scale;
+    }
     Vector zero;
     zero.normalize();
     EXPECT_EQ(zero.length(), 0);
+    EXPECT_EQ(Vector(1, -std::numeric_limits<double>::infinity(), 2).length(),
+              std::numeric_limits<double>::infinity());
     EXPECT_EQ(distance(PointFlt(1, 1, 1), PointFlt(3, 4, 7)), 7.0F);
     EXPECT_EQ(distance(PointFlt(3e38F, 0, 0), PointFlt()), 3e38F); // its square is no float
 }

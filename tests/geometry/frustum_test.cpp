@@ -6,6 +6,7 @@
 
 #include <array>
 #include <bit>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <random>
@@ -13,29 +14,27 @@
 using qvLinear::PointFlt;
 using qvLinear::ProjMatrix;
 
-class FrustumProbe {
-public:
-    static std::array<double, 4> plane(const Frustum& frustum, int i) {
-        const auto& pair = frustum.fPlanes[i / 2];
+namespace {
+
+struct FrustumProbe : Frustum {
+    using Frustum::Frustum;
+    using Frustum::pointInFrustum;
+    std::array<double, 4> plane(unsigned int i) const {
+        const PlanePair& pair = planes(i / 2);
         return {pair.a[i % 2], pair.b[i % 2], pair.c[i % 2], pair.d[i % 2]};
     }
-    static bool point(const Frustum& frustum, double x, double y, double z) {
-        return frustum.pointInFrustum(x, y, z);
-    }
 };
-
-namespace {
 
 bool touches(const Frustum& frustum, const IBoundingVolume& volume) {
     return frustum.classify(IBounds::kIntersect, volume);
 }
 
 /// The eight corners, plane by plane.
-bool plainTouches(const Frustum& frustum, const AABoundingBox& box) {
+bool plainTouches(const FrustumProbe& frustum, const AABoundingBox& box) {
     const PointFlt low = box.min();
     const PointFlt high = box.max();
-    for (int i = 0; i < 6; ++i) {
-        const std::array<double, 4> p = FrustumProbe::plane(frustum, i);
+    for (unsigned int i = 0; i < 6; ++i) {
+        const std::array<double, 4> p = frustum.plane(i);
         if (p[0] == 0 && p[1] == 0 && p[2] == 0 && p[3] == 0) {
             continue;
         }
@@ -54,10 +53,10 @@ bool plainTouches(const Frustum& frustum, const AABoundingBox& box) {
     return true;
 }
 
-bool plainTouches(const Frustum& frustum, const BoundingSphere& sphere) {
+bool plainTouches(const FrustumProbe& frustum, const BoundingSphere& sphere) {
     const PointFlt c = sphere.center();
-    for (int i = 0; i < 6; ++i) {
-        const std::array<double, 4> p = FrustumProbe::plane(frustum, i);
+    for (unsigned int i = 0; i < 6; ++i) {
+        const std::array<double, 4> p = frustum.plane(i);
         if (p[0] * c.x + p[1] * c.y + p[2] * c.z + p[3] <= -double(sphere.radius())) {
             return false;
         }
@@ -66,39 +65,57 @@ bool plainTouches(const Frustum& frustum, const BoundingSphere& sphere) {
 }
 
 TEST(Frustum, PlanesOfTheIdentity) {
-    const Frustum frustum((ProjMatrix()));
-    EXPECT_EQ(frustum.boundsType(), IBounds::kFrustumType);
-    EXPECT_TRUE(frustum.isValid());
-    const double planes[6][4] = {
+    const FrustumProbe frustum((ProjMatrix()));
+    const std::array<double, 4> planes[6] = {
         {-1, 0, 0, 1}, {1, 0, 0, 1}, {0, 1, 0, 1}, {0, -1, 0, 1}, {0, 0, -1, 1}, {0, 0, 1, 1},
     };
-    for (int i = 0; i < 6; ++i) {
-        for (int k = 0; k < 4; ++k) {
-            EXPECT_EQ(FrustumProbe::plane(frustum, i)[k], planes[i][k]) << i << " " << k;
-        }
+    for (unsigned int i = 0; i < 6; ++i) {
+        EXPECT_EQ(frustum.plane(i), planes[i]) << i;
     }
-    EXPECT_TRUE(FrustumProbe::point(frustum, 0, 0, 0));
-    EXPECT_TRUE(FrustumProbe::point(frustum, 1, 0, 0));
-    EXPECT_FALSE(FrustumProbe::point(frustum, 1.0001, 0, 0));
-
+    EXPECT_EQ(frustum.boundsType(), IBounds::kFrustumType);
+    EXPECT_TRUE(frustum.isValid());
+    // A point on a plane is inside; a sphere or box that only touches one from outside is not.
+    EXPECT_TRUE(frustum.pointInFrustum(1, -1, 1));
     EXPECT_FALSE(touches(frustum, BoundingSphere({2, 0, 0}, 1)));
     EXPECT_TRUE(touches(frustum, BoundingSphere({2, 0, 0}, 1.0001F)));
     EXPECT_FALSE(touches(frustum, AABoundingBox({1, -1, -1}, {2, 1, 1})));
     EXPECT_TRUE(touches(frustum, AABoundingBox({0.999F, -1, -1}, {2, 1, 1})));
     for (IBounds::IntersectType type : {IBounds::kInside, IBounds::kOutside}) {
-        EXPECT_FALSE(frustum.classify(type, BoundingSphere()));
+        EXPECT_FALSE(frustum.classify(type, BoundingSphere({0, 0, 0}, 0.5F)));
         EXPECT_FALSE(frustum.classify(type, AABoundingBox({-1, -1, -1}, {1, 1, 1})));
     }
 }
 
-TEST(Frustum, PlanesAreNormalised) {
-    ProjMatrix m;
-    m[0] = 3;
-    m[4] = 4; // right: (-3, -4, 0, 1) over 5
-    const Frustum frustum(m);
-    const double expected[4] = {-0.6, -0.8, 0, 0.2};
-    for (int k = 0; k < 4; ++k) {
-        EXPECT_DOUBLE_EQ(FrustumProbe::plane(frustum, 0)[k], expected[k]);
+// Each plane is normalised, and proportional to what clip coordinates say: w - x, w + x, w + y, ...
+TEST(Frustum, PlanesAreThoseOfTheClipCoordinates) {
+    std::mt19937 random(5);
+    const auto number = [&] { return static_cast<double>(random() % 2001) / 100 - 10; };
+    for (int round = 0; round < 100; ++round) {
+        ProjMatrix m;
+        for (unsigned int i = 0; i < 16; ++i) {
+            m[i] = number();
+        }
+        const FrustumProbe frustum(m);
+        double distances[6][2], clips[6][2];
+        for (int k : {0, 1}) {
+            const double x = number(), y = number(), z = number();
+            qvLinear::HPoint p(x, y, z, 1);
+            m.preMult(p, p);
+            const double clip[6] = {p.w - p.x, p.w + p.x, p.w + p.y, p.w - p.y, p.w - p.z, p.w + p.z};
+            bool inside = true;
+            for (unsigned int i = 0; i < 6; ++i) {
+                const auto plane = frustum.plane(i);
+                distances[i][k] = plane[0] * x + plane[1] * y + plane[2] * z + plane[3];
+                clips[i][k] = clip[i];
+                inside = inside && clip[i] >= 0;
+                EXPECT_NEAR(std::hypot(plane[0], plane[1], plane[2]), 1, 1e-12);
+                EXPECT_GE(distances[i][k] * clip[i], 0) << i;
+            }
+            EXPECT_EQ(frustum.pointInFrustum(x, y, z), inside);
+        }
+        for (int i = 0; i < 6; ++i) {
+            EXPECT_NEAR(distances[i][0] * clips[i][1], distances[i][1] * clips[i][0], 1e-7) << i;
+        }
     }
 }
 
@@ -185,7 +202,7 @@ TEST(Frustum, AnswersAsAllCornersDo) {
                 m[i] *= 1e300; // normals of infinite length
             }
         }
-        const Frustum frustum(m);
+        const FrustumProbe frustum(m);
         for (int k = 0; k < 25; ++k) {
             const unsigned int wildness = k % 3;
             const PointFlt low(number(wildness), number(wildness), number(wildness));

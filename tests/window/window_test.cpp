@@ -275,6 +275,7 @@ TEST(SimpleWindow, SurvivesWhatHandlersDo) {
         bystander.log.clear();
         SendMessageA(handleOf(other), WM_KEYDOWN, 'A', 0);
         EXPECT_EQ(bystander.log, Log{"key 65"});
+        EXPECT_EQ(drain(), ISimpleWindow::kNoMessage); // which ends no loop
     }
 
     // During a call no other call begins.
@@ -299,6 +300,15 @@ TEST(SimpleWindow, SurvivesWhatHandlersDo) {
     PostQuitMessage(0);
     EXPECT_THROW(drain(), std::runtime_error);
     EXPECT_EQ(drain(), ISimpleWindow::kQuitMessage);
+
+    // A handler that destroys the window behind its object ends the loop; the object can go later.
+    SimpleWindow lost;
+    ASSERT_EQ(lost.create("qv lost", 200, 100, &handler), 0);
+    handler.then = [&] { DestroyWindow(handleOf(lost)); };
+    SendMessageA(handleOf(lost), WM_KEYDOWN, 'L', 0);
+    EXPECT_FALSE(lost.isAlive() || lost.windowWrapper().valid());
+    EXPECT_EQ(drain(), ISimpleWindow::kQuitMessage);
+    EXPECT_EQ(drain(), ISimpleWindow::kNoMessage);
 
     // Closing from inside.
     handler.then = [&] { PostMessageA(handleOf(window), WM_CLOSE, 0, 0); };
