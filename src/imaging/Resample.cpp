@@ -57,29 +57,106 @@ void blendRows(const T* source, std::size_t rowLength, const AxisFilter::Taps& t
     }
 }
 
+// The weighed sums of a row's pixels: `columns.size()` pixels of four sums.
+template <typename T>
+void blendColumns(const T* row, const AxisFilter& columns, double* sums) {
+    for (unsigned int x = 0; x < columns.size(); ++x, sums += 4) {
+        const AxisFilter::Taps taps = columns[x];
+        const T* pixel = row + std::size_t{4} * taps.first;
+        double pixelSums[4] = {};
+        for (unsigned int i = 0; i < taps.count; ++i, pixel += 4) {
+            for (int c = 0; c < 4; ++c) {
+                pixelSums[c] += taps.weights[i] * pixel[c];
+            }
+        }
+        std::copy_n(pixelSums, 4, sums);
+    }
+}
+
+// Divides the sums of a row by the sums of their weights and stores them.
+template <typename T, typename Store>
+T* storeRow(const double* sums, const AxisFilter& columns, double rowWeight, T* destination, Store store) {
+    for (unsigned int x = 0; x < columns.size(); ++x) {
+        const double weightSum = rowWeight * columns[x].weightSum;
+        const double factor = weightSum != 0.0 ? 1.0 / weightSum : 0.0;
+        for (int c = 0; c < 4; ++c) {
+            *destination++ = store(*sums++ * factor);
+        }
+    }
+    return destination;
+}
+
+// Whole rows of the source are added up first, then their pixels.
+template <typename T, typename Store>
+void resampleRowsFirst(const T* source, const AxisFilter& columns, const AxisFilter& rows, T* destination,
+                       Store store) {
+    const std::size_t rowLength = std::size_t{4} * columns.sourceSize();
+    std::vector<double> rowSums(rowLength);
+    std::vector<double> sums(std::size_t{4} * columns.size());
+    for (unsigned int y = 0; y < rows.size(); ++y) {
+        blendRows(source, rowLength, rows[y], rowSums.data());
+        blendColumns(rowSums.data(), columns, sums.data());
+        destination = storeRow(sums.data(), columns, rows[y].weightSum, destination, store);
+    }
+}
+
+// How many rows that were added up are kept for the next row of the result.
+constexpr unsigned int kKeptRows = 4;
+
+// The pixels of each row of the source are added up first, then these short rows.
+template <typename T, typename Store>
+void resampleColumnsFirst(const T* source, const AxisFilter& columns, const AxisFilter& rows, T* destination,
+                          Store store) {
+    const std::size_t length = std::size_t{4} * columns.size();
+    constexpr unsigned int kNone = ~0U;
+    unsigned int held[kKeptRows] = {kNone, kNone, kNone, kNone};
+    std::vector<double> kept(kKeptRows * length);
+    std::vector<double> sums(length);
+    for (unsigned int y = 0; y < rows.size(); ++y) {
+        const AxisFilter::Taps taps = rows[y];
+        std::fill(sums.begin(), sums.end(), 0.0);
+        for (unsigned int i = 0; i < taps.count; ++i) {
+            const unsigned int row = taps.first + i;
+            const unsigned int place = row % kKeptRows;
+            double* const rowSums = kept.data() + place * length;
+            if (held[place] != row) {
+                blendColumns(source + std::size_t{4} * columns.sourceSize() * row, columns, rowSums);
+                held[place] = row;
+            }
+            for (std::size_t k = 0; k < length; ++k) {
+                sums[k] += taps.weights[i] * rowSums[k];
+            }
+        }
+        destination = storeRow(sums.data(), columns, taps.weightSum, destination, store);
+    }
+}
+
+// The rows that `resampleColumnsFirst` adds up, those included that it adds up again.
+double rowsToBlend(const AxisFilter& rows) {
+    double count = 0.0;
+    double end = 0.0; // of the run before
+    for (unsigned int y = 0; y < rows.size(); ++y) {
+        const AxisFilter::Taps taps = rows[y];
+        const double first = taps.first;
+        const double known = std::max(0.0, std::min(end - first, std::min<double>(kKeptRows, taps.count)));
+        count += taps.count - known;
+        end = first + taps.count;
+    }
+    return count;
+}
+
+// The order of the two passes that takes fewer multiplications.
 template <typename T, typename Store>
 void resample(const T* source, const AxisFilter& columns, const AxisFilter& rows, T* destination,
               Store store) {
-    const std::size_t rowLength = std::size_t{4} * columns.sourceSize();
-    std::vector<double> rowSums(rowLength);
-    for (unsigned int y = 0; y < rows.size(); ++y) {
-        const AxisFilter::Taps rowTaps = rows[y];
-        blendRows(source, rowLength, rowTaps, rowSums.data());
-        for (unsigned int x = 0; x < columns.size(); ++x) {
-            const AxisFilter::Taps taps = columns[x];
-            const double* pixel = rowSums.data() + std::size_t{4} * taps.first;
-            double sums[4] = {};
-            for (unsigned int i = 0; i < taps.count; ++i, pixel += 4) {
-                for (int c = 0; c < 4; ++c) {
-                    sums[c] += taps.weights[i] * pixel[c];
-                }
-            }
-            const double weightSum = rowTaps.weightSum * taps.weightSum;
-            const double factor = weightSum != 0.0 ? 1.0 / weightSum : 0.0;
-            for (int c = 0; c < 4; ++c) {
-                *destination++ = store(sums[c] * factor);
-            }
-        }
+    const auto rowTaps = static_cast<double>(rows.weightCount());
+    const auto columnTaps = static_cast<double>(columns.weightCount());
+    const double rowsFirst = rowTaps * columns.sourceSize() + columnTaps * rows.size();
+    const double columnsFirst = columnTaps * rowsToBlend(rows) + rowTaps * columns.size();
+    if (columnsFirst < rowsFirst) {
+        resampleColumnsFirst(source, columns, rows, destination, store);
+    } else {
+        resampleRowsFirst(source, columns, rows, destination, store);
     }
 }
 
@@ -110,7 +187,8 @@ AxisFilter AxisFilter::cornerBox(unsigned int sourceSize, unsigned int size) {
     AxisFilter filter(sourceSize, size);
     const double step = static_cast<double>(sourceSize) / size;
     for (unsigned int i = 0; i < size; ++i) {
-        // On purpose: centred on the corner i * step, not on the middle of the covered pixels.
+        // On purpose: the box is centred on the corner i * step, not on the middle of the pixels
+        // that it stands for, so that the image moves by half a pixel of the new size.
         const double start = (i - 0.5) * step;
         const double end = (i + 0.5) * step;
         const auto first = static_cast<unsigned int>(std::max(0.0, std::floor(start)));

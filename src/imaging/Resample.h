@@ -33,6 +33,8 @@ public:
 
     unsigned int size() const { return static_cast<unsigned int>(fRuns.size()); }
     unsigned int sourceSize() const { return fSourceSize; }
+    /// Of all destination pixels together.
+    std::size_t weightCount() const { return fWeights.size(); }
     Taps operator[](unsigned int i) const {
         const Run& run = fRuns[i];
         return {run.first, run.count, fWeights.data() + run.offset, run.weightSum};
@@ -60,14 +62,14 @@ private:
 /// divided by the sum of the weights, plus 1e-5, clamped to 0..1 (not-a-number gives 0).
 /// `destination` has columns.size() x rows.size() pixels.
 ///
-/// Sums are taken in double precision, along the columns first; a row of sums is all the storage
-/// that is needed. Throws `std::bad_alloc` before it writes anything.
+/// Sums are taken in double precision, along the axis first that makes fewer of them; a few rows of
+/// sums are all the storage that is needed. Throws `std::bad_alloc` before it writes anything.
 void resampleUnit(const float* source, const AxisFilter& columns, const AxisFilter& rows, float* destination);
 
-/// The same for components of 8 bits, where 255 stands for 1; rounds to the nearest.
+/// `resampleUnit` for components of 8 bits, where 255 stands for 1; rounds to the nearest.
 void resampleUnit(const unsigned char* source, const AxisFilter& columns, const AxisFilter& rows,
                   unsigned char* destination);
 
-/// Without the 1e-5: the weighed average, rounded to the nearest.
+/// `resampleUnit` of 8 bits without the 1e-5: the weighed average, rounded to the nearest.
 void resampleBytes(const unsigned char* source, const AxisFilter& columns, const AxisFilter& rows,
                    unsigned char* destination);
