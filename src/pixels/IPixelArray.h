@@ -26,7 +26,7 @@ public:
     unsigned int depth() const { return fDepth; }
     /// Null when the array is empty.
     void* pixels() { return fPixels; }
-    /// The same for reading.
+    /// Null when the array is empty; for reading.
     const void* pixels() const { return fPixels; }
 
     /// Copies depth x height x width x `bytesPerPixel` bytes from `source` into the array, though

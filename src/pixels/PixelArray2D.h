@@ -22,15 +22,15 @@ public:
     ColorFormat pixelType() const { return fFormat ? fFormat->pixelType() : kInvalidColorFormat; }
 
     using IPixelArray::copy;
-    /// Takes the shape of `other`. On purpose not a copy of the image, for which there is the
-    /// assignment: between arrays of the same format and size nothing is copied and this array
+    /// Takes the shape of `other`. On purpose: the image is not copied, for which there is the
+    /// assignment. Between arrays of the same format and size nothing is copied and this array
     /// counts as uninitialised from then on; otherwise it gets new storage through the format of
     /// `other` and the first four bytes of the image.
     void copy(const PixelArray2D& other);
 
     /// Turns heights into normals in place, for `kRGBAFixed8Format` and `kRGBAFloatFormat`.
-    /// Returns what the conversion of the format returns (on purpose: that is always false), and
-    /// false when the array is uninitialised or has another type.
+    /// On purpose: false on every path, as the conversion of the format returns it; nothing is done
+    /// when the array is uninitialised or has another type.
     bool convertToNormalMap(float scale);
 
     /// Averages the image into storage of the given size, for `kRGBAFixed8Format` and

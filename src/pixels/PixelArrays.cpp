@@ -37,7 +37,7 @@ void PixelArray2D::copy(const PixelArray2D& other) {
         const void* const source = other.fPixels;
         if (source && other.fFormat && allocate(*other.fFormat, other.fWidth, other.fHeight, 1)) {
             fInitialized = true;
-            // On purpose: one 32-bit word, not the image.
+            // On purpose: one 32-bit word is copied, not the image, so that the rest is undefined.
             std::memcpy(fPixels, source, std::min({4U, fBytes, other.fBytes}));
         }
     }

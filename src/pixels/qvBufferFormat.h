@@ -41,7 +41,7 @@ public:
     bool betterOrEqualThan(const qvBufferFormat& other) const { return !lessCapableThan(other); }
 
     bool operator==(const qvBufferFormat& other) const;
-    /// The opposite.
+    /// Whether they differ in at least one of the four fields.
     bool operator!=(const qvBufferFormat& other) const { return !(*this == other); }
 
 private:

@@ -39,7 +39,10 @@ void qvColorFormatRGBAFixed8::defaultValue(unsigned char rgba[4]) const {
 unsigned char* qvColorFormatRGBAFixed8::convertFromFloat(const float* src, unsigned int width,
                                                          unsigned int height, unsigned int depth) const {
     const std::size_t count = imageBytes(width, height, depth, 4 * sizeof(float)) / sizeof(float);
-    if (!src || count == 0) {
+    // An image with one size of 0 goes the way of any other: what its storage is, `allocate` decides.
+    const bool none = width == 0 && height == 0 && depth == 0;
+    const bool tooLarge = count == 0 && width != 0 && height != 0 && depth != 0;
+    if (!src || none || tooLarge) {
         return nullptr;
     }
     auto* dst = static_cast<unsigned char*>(allocate(width, height, depth));
@@ -55,7 +58,7 @@ bool qvColorFormatRGBAFixed8::convertToNormalMap(unsigned char* image, unsigned 
                                                  unsigned int height, float scale) const {
     heightsToNormals(image, width, height, scale * (1.0 / 255.0),
                      [](double value) { return nearestByte(value * 255.0); });
-    return false; // on purpose
+    return false; // On purpose: the answer is false on every path, so that success cannot be read from it.
 }
 
 unsigned char* qvColorFormatRGBAFixed8::resize(const unsigned char* src, unsigned int srcWidth,

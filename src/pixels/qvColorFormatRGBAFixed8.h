@@ -30,8 +30,8 @@ public:
     /// 0..1 gives 0 below 0.5 and 255 from there on. Values whose integer part exceeds 32 bits
     /// and not-a-number give 0.
     ///
-    /// Null when `src` is null, when no storage is to be had and when the source would have more
-    /// than 2^31 - 1 bytes.
+    /// Null when `src` is null, when all three sizes are 0, when the source would have more than
+    /// 2^31 - 1 bytes and when `allocate` gives no storage, as it does for a single size of 0.
     unsigned char* convertFromFloat(const float* src, unsigned int width, unsigned int height,
                                     unsigned int depth) const;
 

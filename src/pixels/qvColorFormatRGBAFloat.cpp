@@ -28,7 +28,10 @@ void qvColorFormatRGBAFloat::defaultValue(float rgba[4]) const {
 float* qvColorFormatRGBAFloat::convertFromFixed8(const unsigned char* src, unsigned int width,
                                                  unsigned int height, unsigned int depth) const {
     const std::size_t count = imageBytes(width, height, depth, 4 * sizeof(float)) / sizeof(float);
-    if (!src || count == 0) {
+    // An image with one size of 0 goes the way of any other: what its storage is, `allocate` decides.
+    const bool none = width == 0 && height == 0 && depth == 0;
+    const bool tooLarge = count == 0 && width != 0 && height != 0 && depth != 0;
+    if (!src || none || tooLarge) {
         return nullptr;
     }
     auto* dst = static_cast<float*>(allocate(width, height, depth));
@@ -44,7 +47,7 @@ float* qvColorFormatRGBAFloat::convertFromFixed8(const unsigned char* src, unsig
 bool qvColorFormatRGBAFloat::convertToNormalMap(float* image, unsigned int width, unsigned int height,
                                                 float scale) const {
     heightsToNormals(image, width, height, scale, [](double value) { return static_cast<float>(value); });
-    return false; // on purpose
+    return false; // On purpose: the answer is false on every path, so that success cannot be read from it.
 }
 
 float* qvColorFormatRGBAFloat::resize(const float* src, unsigned int srcWidth, unsigned int srcHeight,

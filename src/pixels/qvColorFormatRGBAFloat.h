@@ -28,7 +28,8 @@ public:
     /// A new image with the components of an 8-bit image of the same shape. On purpose:
     /// (byte + 0.5) / 255, so that 0 gives about 0.00196 and 255 about 1.00196.
     ///
-    /// Null when `src` is null or no storage is to be had.
+    /// Null when `src` is null, when all three sizes are 0, when the result would have more than
+    /// 2^31 - 1 bytes and when `allocate` gives no storage, as it does for a single size of 0.
     float* convertFromFixed8(const unsigned char* src, unsigned int width, unsigned int height,
                              unsigned int depth) const;
 

@@ -31,6 +31,12 @@ public:
     /// Releases what `allocate` returned; null is ignored.
     virtual void deallocate(void* storage) const;
 
+protected:
+    /// Sets the pixel size alone, in bytes, for a type of pixels of the host's own: a derived format
+    /// calls it after `setPixelType`. Without a size the arrays cannot tell how much they hold, and
+    /// their copies have no pixels.
+    void setPixelSize(unsigned int bytes) { fPixelSize = bytes; }
+
 private:
     unsigned int fPixelSize = 0;
     ColorFormat fPixelType = kInvalidColorFormat;
