@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <vector>
 
@@ -37,7 +38,21 @@ struct Release {
 };
 using OwnedImage = std::unique_ptr<Image, Release>;
 using OwnedInfo = std::unique_ptr<ImageInfo, Release>;
-using OwnedBlock = std::unique_ptr<void, Release>;
+using OwnedBlob = std::unique_ptr<void, Release>;
+using OwnedBlock = std::unique_ptr<void, decltype(&std::free)>;
+
+// What the library holds for a pixel: four components, an index, and the coefficients or the strip
+// that its decoder works on.
+constexpr std::size_t kPixelBytes = sizeof(PixelPacket) + sizeof(IndexPacket) + 8;
+
+// The library ends the process where memory runs out for its small things. So it is only called
+// when there is enough for the pixels, and this much more.
+constexpr std::size_t kSpareBytes = std::size_t{16} << 20;
+
+bool hasMemoryFor(unsigned int width, unsigned int height) {
+    const OwnedBlock block(std::malloc(kSpareBytes + kPixelBytes * width * height), &std::free);
+    return block != nullptr;
+}
 
 // Limits hold for the whole process; one that the host has set lower stays.
 void limit(ResourceType resource, magick_int64_t most) {
@@ -57,7 +72,8 @@ bool startLibrary() {
         limit(WidthResource, kMaxFileSide);
         limit(HeightResource, kMaxFileSide);
         limit(PixelsResource, kMostPixels);
-        limit(MemoryResource, kMostPixels * static_cast<magick_int64_t>(sizeof(PixelPacket)));
+        limit(MemoryResource,
+              kMostPixels * static_cast<magick_int64_t>(sizeof(PixelPacket) + sizeof(IndexPacket)));
         limit(DiskResource, 0);    // pixels stay in memory
         limit(ThreadsResource, 1); // qv runs on the host's thread
         return true;
@@ -71,10 +87,8 @@ const char* coderOf(ImageKind kind) {
         return "PNG";
     case kTiffImage:
         return "TIFF";
-    case kJpegImage:
-        return "JPEG";
     default:
-        return "BMP";
+        return "JPEG";
     }
 }
 
@@ -93,7 +107,8 @@ bool ImageCodec::available() {
 }
 
 bool ImageCodec::decode(const ImageHeader& header, const std::vector<unsigned char>& file, TpixelMap& map) {
-    if (!startLibrary()) {
+    if (map.create(header.width, header.height) != 0 || !hasMemoryFor(header.width, header.height) ||
+        !startLibrary()) {
         return false;
     }
     Errors errors;
@@ -105,9 +120,6 @@ bool ImageCodec::decode(const ImageHeader& header, const std::vector<unsigned ch
     if (!IsRGBCompatibleColorspace(image->colorspace) && !TransformColorspace(image.get(), RGBColorspace)) {
         return false;
     }
-    if (map.create(header.width, header.height) != 0) {
-        return false;
-    }
     static_assert(MaxRGB == 65535, "components of 16 bits");
     unsigned char* out = map.pixels();
     for (unsigned int y = 0; y < header.height; ++y) {
@@ -117,19 +129,19 @@ bool ImageCodec::decode(const ImageHeader& header, const std::vector<unsigned ch
             return false;
         }
         for (const PixelPacket* pixel = row; pixel != row + header.width; ++pixel, out += 4) {
-            out[0] = byteOf16Bits(pixel->blue);
-            out[1] = byteOf16Bits(pixel->green);
-            out[2] = byteOf16Bits(pixel->red);
+            const unsigned int alpha = image->matte ? MaxRGB - pixel->opacity : MaxRGB;
+            storePixel(out, pixel->blue, pixel->green, pixel->red, alpha, header.associatedAlpha);
             // The library compares the transparent colour of 8 bits with components of 16.
-            const bool transparent = (out[2] << 16 | out[1] << 8 | out[0]) == header.transparentColor;
-            out[3] = transparent ? 0 : image->matte ? byteOf16Bits(MaxRGB - pixel->opacity) : 255;
+            if ((out[2] << 16 | out[1] << 8 | out[0]) == header.transparentColor) {
+                out[3] = 0;
+            }
         }
     }
     return true;
 }
 
 bool ImageCodec::encode(ImageKind kind, const TpixelMap& map, std::vector<unsigned char>& file) {
-    if (!startLibrary()) {
+    if (!hasMemoryFor(map.bounds().width(), map.bounds().height()) || !startLibrary()) {
         return false;
     }
     Errors errors;
@@ -144,11 +156,11 @@ bool ImageCodec::encode(ImageKind kind, const TpixelMap& map, std::vector<unsign
         info->quality = kJpegQuality;
     }
     image->compression = info->compression;
-    image->matte = kind == kPngImage || kind == kTiffImage;
+    image->matte = kind != kJpegImage;
     AddDefinition(info.get(), "tiff", "alpha", "unassociated", errors.info());
     std::snprintf(image->magick, sizeof image->magick, "%s", info->magick);
     std::size_t length = 0;
-    const OwnedBlock block(ImageToBlob(info.get(), image.get(), &length, errors.info()));
+    const OwnedBlob block(ImageToBlob(info.get(), image.get(), &length, errors.info()));
     if (!block || errors.failed() || image->exception.severity >= ErrorException) {
         return false;
     }

@@ -68,7 +68,7 @@ const WideFormat kWideFormats[] = {
 };
 
 // A row at a time, so that a large image is not held twice.
-bool copyWide(IWICBitmapSource* source, const WideFormat& format, TpixelMap& map) {
+bool copyWide(IWICBitmapSource* source, const WideFormat& format, bool associatedAlpha, TpixelMap& map) {
     const unsigned int width = map.bounds().width();
     std::vector<unsigned short> row(std::size_t{format.channels} * width);
     const auto bytes = static_cast<UINT>(row.size() * sizeof row[0]);
@@ -80,13 +80,64 @@ bool copyWide(IWICBitmapSource* source, const WideFormat& format, TpixelMap& map
         }
         for (const unsigned short* pixel = row.data(); pixel != row.data() + row.size();
              pixel += format.channels, out += 4) {
-            out[0] = byteOf16Bits(pixel[format.blue]);
-            out[1] = byteOf16Bits(pixel[format.green]);
-            out[2] = byteOf16Bits(pixel[format.red]);
-            out[3] = format.alpha ? byteOf16Bits(pixel[3]) : 255;
+            storePixel(out, pixel[format.blue], pixel[format.green], pixel[format.red],
+                       format.alpha ? pixel[3] : 65535U, associatedAlpha);
         }
     }
     return true;
+}
+
+// The formats of indices into a palette. The component's own conversion does not see to it that
+// the palette has such a colour.
+struct PaletteFormat {
+    const GUID* guid;
+    unsigned int bits;
+};
+const PaletteFormat kPaletteFormats[] = {
+    {&GUID_WICPixelFormat1bppIndexed, 1},
+    {&GUID_WICPixelFormat2bppIndexed, 2},
+    {&GUID_WICPixelFormat4bppIndexed, 4},
+    {&GUID_WICPixelFormat8bppIndexed, 8},
+};
+
+// False for an index beyond the palette.
+bool copyPalette(IWICImagingFactory* factory, IWICBitmapSource* source, unsigned int bits, TpixelMap& map) {
+    ComPtr<IWICPalette> palette;
+    WICColor colors[256] = {}; // 0xAARRGGBB
+    UINT count = 0;
+    if (FAILED(factory->CreatePalette(palette.receive())) || FAILED(source->CopyPalette(palette.get())) ||
+        FAILED(palette->GetColors(256, colors, &count))) {
+        return false;
+    }
+    const unsigned int width = map.bounds().width();
+    std::vector<unsigned char> row((std::size_t{width} * bits + 7) / 8);
+    const auto bytes = static_cast<UINT>(row.size());
+    unsigned char* out = map.pixels();
+    for (unsigned int y = 0; y < map.bounds().height(); ++y) {
+        const WICRect area = {0, static_cast<INT>(y), static_cast<INT>(width), 1};
+        if (FAILED(source->CopyPixels(&area, bytes, bytes, row.data()))) {
+            return false;
+        }
+        for (unsigned int x = 0; x < width; ++x, out += 4) {
+            const unsigned int shift = 8 - bits * (x % (8 / bits) + 1);
+            const unsigned int index = row[std::size_t{x} * bits / 8] >> shift & ((1U << bits) - 1);
+            if (index >= count) {
+                return false;
+            }
+            for (unsigned int c = 0; c < 4; ++c) {
+                out[c] = static_cast<unsigned char>(colors[index] >> 8 * c);
+            }
+        }
+    }
+    return true;
+}
+
+void removeAlpha(TpixelMap& map) {
+    const std::size_t bytes = imageBytes(map.bounds().width(), map.bounds().height(), 1, 4);
+    constexpr unsigned int kWiden = 257;
+    for (unsigned char* pixel = map.pixels(); pixel != map.pixels() + bytes; pixel += 4) {
+        storePixel(pixel, pixel[0] * kWiden, pixel[1] * kWiden, pixel[2] * kWiden, pixel[3] * kWiden, true);
+    }
 }
 
 // Everything else is converted by the component.
@@ -105,10 +156,8 @@ const GUID& containerOf(ImageKind kind) {
         return GUID_ContainerFormatPng;
     case kTiffImage:
         return GUID_ContainerFormatTiff;
-    case kJpegImage:
-        return GUID_ContainerFormatJpeg;
     default:
-        return GUID_ContainerFormatBmp;
+        return GUID_ContainerFormatJpeg;
     }
 }
 
@@ -138,7 +187,7 @@ void setOptions(ImageKind kind, IPropertyBag2* options) {
 bool writePixels(IWICBitmapFrameEncode* frame, ImageKind kind, const TpixelMap& map) {
     const unsigned int width = map.bounds().width();
     const unsigned int height = map.bounds().height();
-    const bool alpha = kind == kPngImage || kind == kTiffImage;
+    const bool alpha = kind != kJpegImage;
     const GUID wanted = alpha ? GUID_WICPixelFormat32bppBGRA : GUID_WICPixelFormat24bppBGR;
     GUID format = wanted;
     if (FAILED(frame->SetSize(width, height)) || FAILED(frame->SetPixelFormat(&format)) || format != wanted) {
@@ -203,10 +252,21 @@ bool ImageCodec::decode(const ImageHeader& header, const std::vector<unsigned ch
     }
     for (const WideFormat& wide : kWideFormats) {
         if (*wide.guid == format) {
-            return copyWide(frame.get(), wide, map);
+            return copyWide(frame.get(), wide, header.associatedAlpha, map);
         }
     }
-    return copyConverted(factory.get(), frame.get(), map);
+    for (const PaletteFormat& palette : kPaletteFormats) {
+        if (*palette.guid == format) {
+            return copyPalette(factory.get(), frame.get(), palette.bits, map);
+        }
+    }
+    if (!copyConverted(factory.get(), frame.get(), map)) {
+        return false;
+    }
+    if (header.associatedAlpha) {
+        removeAlpha(map);
+    }
+    return true;
 }
 
 bool ImageCodec::encode(ImageKind kind, const TpixelMap& map, std::vector<unsigned char>& file) {

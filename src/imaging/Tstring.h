@@ -2,19 +2,15 @@
 
 #include <string>
 
-/// A path or a short name as the image files take it: characters of the system's code page. A
-/// null pointer is the empty string.
+/// A short name as the image files take it. A null pointer is the empty string.
 class Tstring {
 public:
     Tstring() = default;
     Tstring(const char* text) : fText(text ? text : "") {} // NOLINT(google-explicit-constructor)
 
-    bool isEmpty() const { return fText.empty(); }
-    const char* asChar() const { return fText.c_str(); }
-
     /// Whether both are equal when the case of the letters A to Z, whatever the locale, is ignored.
     bool equalsIgnoringCase(const char* other) const {
-        const char* own = asChar();
+        const char* own = fText.c_str();
         while (*own && lower(*own) == lower(*other)) {
             ++own;
             ++other;

@@ -8,11 +8,18 @@
 #include <cstring>
 #include <new>
 
-unsigned char* readImageFromFile(const char* path, unsigned short& width, unsigned short& height,
-                                 bool powerOfTwo) {
+namespace {
+
+// Null also where there is no memory for a path.
+template <typename Char>
+unsigned char* readImage(const Char* path, unsigned short& width, unsigned short& height, bool powerOfTwo) {
     TimageFile file;
     TpixelMap map;
-    if (file.identifyAndOpen(path, false, 0) != 0 || file.readPixelMap(map) != 0) {
+    try {
+        if (file.identifyAndOpen(path, false, 0) != 0 || file.readPixelMap(map) != 0) {
+            return nullptr;
+        }
+    } catch (const std::bad_alloc&) {
         return nullptr;
     }
     map.rgbaSwitch();
@@ -36,19 +43,47 @@ unsigned char* readImageFromFile(const char* path, unsigned short& width, unsign
     return pixels;
 }
 
-void writeImageToFile(unsigned char* pixels, unsigned short width, unsigned short height, const char* path,
-                      const char* fileKind) {
-    TimageFile file;
-    if (!pixels || file.create(path, width, height, kNoTiffCompression, fileKind) != 0) {
-        return;
-    }
-    TpixelMap map;
-    map.setPixelPtr(pixels, TportRect(0, 0, width, height));
-    map.rgbaSwitch();
-    if (file.writePixelMap(map) == 0) {
-        file.close();
+template <typename Char>
+void writeImage(unsigned char* pixels, unsigned short width, unsigned short height, const Char* path,
+                const char* fileKind) {
+    try {
+        TimageFile file;
+        if (!pixels || file.create(path, width, height, kNoTiffCompression, fileKind) != 0) {
+            return;
+        }
+        TpixelMap map;
+        map.setPixelPtr(pixels, TportRect(0, 0, width, height));
+        map.rgbaSwitch();
+        if (file.writePixelMap(map) == 0) {
+            file.close();
+        }
+    } catch (const std::bad_alloc&) { // no memory for a path: nothing is begun
     }
 }
+
+} // namespace
+
+unsigned char* readImageFromFile(const char* path, unsigned short& width, unsigned short& height,
+                                 bool powerOfTwo) {
+    return readImage(path, width, height, powerOfTwo);
+}
+
+void writeImageToFile(unsigned char* pixels, unsigned short width, unsigned short height, const char* path,
+                      const char* fileKind) {
+    writeImage(pixels, width, height, path, fileKind);
+}
+
+#if defined(_WIN32)
+unsigned char* readImageFromWidePath(const wchar_t* path, unsigned short& width, unsigned short& height,
+                                     bool powerOfTwo) {
+    return readImage(path, width, height, powerOfTwo);
+}
+
+void writeImageToWidePath(unsigned char* pixels, unsigned short width, unsigned short height,
+                          const wchar_t* path, const char* fileKind) {
+    writeImage(pixels, width, height, path, fileKind);
+}
+#endif
 
 unsigned int ceilPow2(unsigned int n) {
     unsigned int power = 1;

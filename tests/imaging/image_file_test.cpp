@@ -28,7 +28,7 @@ TEST(Tstring, ComparesWithoutCase) {
     EXPECT_TRUE(Tstring("Png").equalsIgnoringCase("pNG"));
     EXPECT_FALSE(Tstring("pn").equalsIgnoringCase("png"));
     EXPECT_FALSE(Tstring("pngx").equalsIgnoringCase("png"));
-    EXPECT_TRUE(Tstring(nullptr).isEmpty());
+    EXPECT_TRUE(Tstring(nullptr).equalsIgnoringCase(""));
 }
 
 std::vector<int> reds(const TpixelMap& map) {
