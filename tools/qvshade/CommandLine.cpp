@@ -15,6 +15,8 @@ const char* const kHelp =
   qvshade expand FILE FUNCTION     the graph after all calls of defined functions are expanded
   qvshade order FILE FUNCTION      the order in which the graph's nodes can be computed
   qvshade stats FILE               sizes and frequencies of all graphs, before and after expansion
+  qvshade eval FILE FUNCTION [NAME=VALUE]...
+                                   the values of the function's outputs
   qvshade place FILE FUNCTION [NAME=VALUE]...
                                    where each node of the expanded graph is computed, and why
 
@@ -24,13 +26,15 @@ stands for the only function of that name, or for the only one of them that is d
 declared. A function that is defined twice with one signature is shown as defined first.
 
 NAME=VALUE sets an input: a number, the components of a vector or, row by row, of a matrix with commas
-between them, true or false. Only inputs that are declared constant have a value before a program runs.
+between them, true or false; @PICTURE, checker or white for a texture object. place uses only those of
+inputs that are declared constant.
 
   --types              graph, expand: write the types on the links
   --freqs              graph, expand: write types and frequencies on the links
   -o, --output OUT     graph, expand, place: write to a file: text for .dot; .svg and .png are
                        drawn by the program "dot" of Graphviz. Without it the text, or the table
                        of place, goes to standard output
+  --nodes              eval: first a line for every node: number, operation, values
   --cost               place: what each level costs under both policies, instead of the nodes
   --input NAME=LEVEL   place: the host delivers that input once per draw (uniform) or per vertex
                        (vertex), within its declared range; may be repeated
@@ -64,16 +68,21 @@ struct Command {
     bool ordering;
     bool checking;
     bool placing;
+    bool evaluating;
 };
 
 constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);
 
 constexpr Command kCommands[] = {
-    // name minimum maximum    drawing ordering checking placing
-    {"check", 1, kAnyNumber, false, false, true, false}, {"list", 1, 2, false, false, false, false},
-    {"graph", 2, 2, true, false, false, false},          {"expand", 2, 2, true, false, false, false},
-    {"order", 2, 2, false, true, false, false},          {"stats", 1, 1, false, false, false, false},
-    {"place", 2, kAnyNumber, false, false, false, true},
+    // name minimum maximum    drawing ordering checking placing evaluating
+    {"check", 1, kAnyNumber, false, false, true, false, false},
+    {"list", 1, 2, false, false, false, false, false},
+    {"graph", 2, 2, true, false, false, false, false},
+    {"expand", 2, 2, true, false, false, false, false},
+    {"order", 2, 2, false, true, false, false, false},
+    {"stats", 1, 1, false, false, false, false, false},
+    {"eval", 2, kAnyNumber, false, false, false, false, true},
+    {"place", 2, kAnyNumber, false, false, false, true, false},
 };
 
 Failure misunderstood(const std::string& what) {
@@ -162,6 +171,8 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
             result.readsStandardInput = true;
         } else if (command.checking && argument == "--name") {
             operands.push_back(value());
+        } else if (command.evaluating && argument == "--nodes") {
+            result.showNodes = true;
         } else if (command.placing && argument == "--cost") {
             result.showCost = true;
         } else if (command.placing && argument == "--input") {
@@ -188,7 +199,7 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
     if (result.readsStandardInput && operands.size() > 1) {
         throw misunderstood("'--stdin' takes the place of the files; '--name' says what it is called");
     }
-    while (command.placing && operands.size() > command.minimum) {
+    while ((command.placing || command.evaluating) && operands.size() > command.minimum) {
         const auto first = operands.begin() + static_cast<std::ptrdiff_t>(command.minimum);
         result.values.push_back(readPair(*first, result.values));
         operands.erase(first);

@@ -22,9 +22,10 @@ struct CommandLine {
     bool readsStandardInput = false;      ///< the only file is a name for what standard input gives
     std::vector<std::string> warningsOff; ///< the names of warnings that are not wanted
 
-    // Of those that place a function.
+    // Of those that take values, and of those that place a function.
     using Pair = std::pair<std::string, std::string>;
     std::vector<Pair> values;      ///< NAME=VALUE
+    bool showNodes = false;        ///< the values of all nodes, too
     std::vector<Pair> inputLevels; ///< --input NAME=LEVEL, the level "uniform" or "vertex"
     bool earliest = false;         ///< the policy
     bool showCost = false;

@@ -1,6 +1,7 @@
 #include "Commands.h"
 
 #include "Check.h"
+#include "Evaluate.h"
 #include "Failure.h"
 #include "Functions.h"
 #include "Measures.h"
@@ -117,6 +118,10 @@ void stats(const CommandLine& line) {
     }
 }
 
+void eval(const CommandLine& line) {
+    evaluate(line, *chooseFunction(readInput(line), *line.function));
+}
+
 void placeNodes(const CommandLine& line) {
     const ShadingNodeSpec* spec = chooseFunction(readInput(line), *line.function);
     place(line, *spec);
@@ -134,8 +139,8 @@ constexpr struct {
     const char* name;
     void (*run)(const CommandLine&);
 } kCommands[] = {
-    {"check", check}, {"list", list},        {"graph", graph}, {"expand", expand},     {"order", order},
-    {"stats", stats}, {"place", placeNodes}, {"--help", help}, {"--version", version},
+    {"check", check}, {"list", list}, {"graph", graph},      {"expand", expand}, {"order", order},
+    {"stats", stats}, {"eval", eval}, {"place", placeNodes}, {"--help", help},   {"--version", version},
 };
 
 } // namespace
