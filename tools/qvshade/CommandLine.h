@@ -17,10 +17,9 @@ struct CommandLine {
     bool fast = false; ///< the plain order instead of the one that distances steer
 
     // Of check.
-    bool json = false;               ///< one JSON object a line instead of text
-    bool warningsAreErrors = false;  ///< a warning, too, gives the status of an error
-    bool readsStandardInput = false; ///< the only file is a name for what standard input gives
-    std::optional<std::string> standardInputName;
+    bool json = false;                    ///< one JSON object a line instead of text
+    bool warningsAreErrors = false;       ///< a warning, too, gives the status of an error
+    bool readsStandardInput = false;      ///< the only file is a name for what standard input gives
     std::vector<std::string> warningsOff; ///< the names of warnings that are not wanted
 
     // Of those that take values, and of those that place a function.
@@ -30,6 +29,9 @@ struct CommandLine {
     std::vector<Pair> inputLevels; ///< --input NAME=LEVEL, the level "uniform" or "vertex"
     bool earliest = false;         ///< the policy
     bool showCost = false;
+    bool pictures = false;
+    std::optional<unsigned int> size; ///< of a picture, in pixels
+    std::optional<std::string> shape; ///< that the picture shows
 };
 
 /// Reads the command line; throws a `Failure` when it is not understood.

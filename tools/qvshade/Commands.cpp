@@ -6,7 +6,9 @@
 #include "Functions.h"
 #include "Measures.h"
 #include "Output.h"
+#include "Pictures.h"
 #include "Place.h"
+#include "Render.h"
 
 #include "core/Exception.h"
 #include "shadingdag/Graphviz.h"
@@ -54,7 +56,12 @@ void show(const CommandLine& line, ShadingNodeSpec& spec) {
 }
 
 void graph(const CommandLine& line) {
-    show(line, *chooseFunction(readInput(line), *line.function));
+    ShadingNodeSpec* spec = chooseFunction(readInput(line), *line.function);
+    if (line.pictures) {
+        drawPictures(line, *spec);
+    } else {
+        show(line, *spec);
+    }
 }
 
 void expand(const CommandLine& line) {
@@ -127,6 +134,10 @@ void placeNodes(const CommandLine& line) {
     place(line, *spec);
 }
 
+void renderFunction(const CommandLine& line) {
+    render(line, *chooseFunction(readInput(line), *line.function));
+}
+
 void help(const CommandLine& /*line*/) {
     print(kHelp);
 }
@@ -139,8 +150,9 @@ constexpr struct {
     const char* name;
     void (*run)(const CommandLine&);
 } kCommands[] = {
-    {"check", check}, {"list", list}, {"graph", graph},      {"expand", expand}, {"order", order},
-    {"stats", stats}, {"eval", eval}, {"place", placeNodes}, {"--help", help},   {"--version", version},
+    {"check", check},           {"list", list},   {"graph", graph},       {"expand", expand},
+    {"order", order},           {"stats", stats}, {"eval", eval},         {"place", placeNodes},
+    {"render", renderFunction}, {"--help", help}, {"--version", version},
 };
 
 } // namespace

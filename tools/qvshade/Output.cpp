@@ -44,14 +44,6 @@ bool errorsOnTerminal() {
 #endif
 }
 
-/// The file's ending in lower case, with its point.
-std::string endingOf(const std::string& file) {
-    std::string ending = std::filesystem::path(file).extension().string();
-    std::transform(ending.begin(), ending.end(), ending.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return ending;
-}
-
 /// Makes any name of the graph one that Graphviz accepts: "operator+" and "node" are none as they are.
 /// A name in quotes stays.
 std::string withQuotedName(const std::string& graph) {
@@ -63,9 +55,18 @@ std::string withQuotedName(const std::string& graph) {
     return graph.substr(0, start) + "\"" + graph.substr(start, end - start) + "\"" + graph.substr(end);
 }
 
-/// The picture of `graph` in a format of Graphviz's. The text goes through pipes, so that no file
-/// name can be taken for an option and a full disk is noticed by us.
-std::string draw(const std::string& graph, const std::string& format, const std::string& file) {
+} // namespace
+
+std::string endingOf(const std::string& file) {
+    std::string ending = std::filesystem::path(file).extension().string();
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return ending;
+}
+
+// The text goes through pipes, so that no file
+// name can be taken for an option and a full disk is noticed by us.
+std::string drawGraph(const std::string& graph, const std::string& format, const std::string& file) {
     const std::string dot = findProgram("dot");
     if (dot.empty()) {
         throw failure(kBadOutput, "cannot draw: the program 'dot' of Graphviz is not installed");
@@ -76,8 +77,6 @@ std::string draw(const std::string& graph, const std::string& format, const std:
     }
     return picture;
 }
-
-} // namespace
 
 bool errorsAreColoured() {
     return errorsOnTerminal() && boldHeadings();
@@ -134,7 +133,7 @@ void writeGraph(const std::string& graph, const std::string& file) {
     const std::string ending = endingOf(file);
     std::string bytes;
     if (ending == ".svg" || ending == ".png") {
-        bytes = draw(graph, ending.substr(1), file);
+        bytes = drawGraph(graph, ending.substr(1), file);
     } else if (ending == ".dot") {
         bytes = graph;
     } else {

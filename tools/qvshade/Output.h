@@ -22,6 +22,13 @@ void printTable(const Table& table);
 /// The table as text, aligned (the last column as it comes) or with tabs.
 std::string tableText(const Table& table, bool aligned);
 
+/// The ending of a file's name in lower case, with its point.
+std::string endingOf(const std::string& file);
+
+/// The picture of the DOT text `graph` in a format of Graphviz's ("svg"); `file` is what a `Failure`
+/// names.
+std::string drawGraph(const std::string& graph, const std::string& format, const std::string& file);
+
 /// Writes the DOT text `graph` to `file` as text (.dot) or picture (.svg, .png). Throws a `Failure`
 /// when the file's ending is another, when Graphviz is missing and when writing fails; `file` is then
 /// as it was.

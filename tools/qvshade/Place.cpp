@@ -72,6 +72,11 @@ PlacementOptions placementOptions(const CommandLine& line, const ShadingNodeSpec
     return options;
 }
 
+void checkPlacement(const ShadingNodeSpec& spec, const PlacementOptions& options) {
+    Placement placement(spec, options);
+    placeOrFail(placement);
+}
+
 void place(const CommandLine& line, const ShadingNodeSpec& spec) {
     const PlacementOptions options = placementOptions(line, spec);
     if (line.showCost) {

@@ -11,5 +11,8 @@
 qvShadingDag::PlacementOptions placementOptions(const CommandLine& line,
                                                 const qvShadingDag::ShadingNodeSpec& spec);
 
+/// Throws a `Failure` where the function cannot be placed so.
+void checkPlacement(const qvShadingDag::ShadingNodeSpec& spec, const qvShadingDag::PlacementOptions& options);
+
 /// Prints where each node of the function is computed and why, draws that, or prints what it costs.
 void place(const CommandLine& line, const qvShadingDag::ShadingNodeSpec& spec);
