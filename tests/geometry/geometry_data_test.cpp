@@ -84,6 +84,7 @@ TEST(GeometryData, CopiesShareEverything) {
     const auto last = members.make(1);
     sources[2]->ref();
     static_cast<GeometryData&>(*last) = *sources[2];
+    EXPECT_EQ(told(*last), told(*sources[2]));
     EXPECT_EQ(last->refCount(), 2); // copied along
     last->unref();
     sources[2]->unref();
@@ -123,6 +124,7 @@ TEST(GeometryDataIndex, CopiesOwnTheirIndices) {
     m.checkAssignments();
 
     const auto fresh = m.make(0), source = m.make(1);
+    EXPECT_EQ(std::get<0>(told(*source)), (std::vector<unsigned int>{5, 6, 8}));
     EXPECT_FALSE(fresh->boundingBox().isValid());
     EXPECT_EQ(fresh->boundingSphere().radius(), 0);
     const std::unique_ptr<TestIndex, Unref> copy(new TestIndex(*source));

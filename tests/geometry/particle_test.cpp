@@ -143,6 +143,12 @@ TEST(ParticleData, CopiesStandOnTheirOwn) {
         m.checkAssignments();
         EXPECT_EQ(told(*m.make(0)),
                   std::tuple(6, Numbers(), false, 0U, 1.5F, 0, false, std::vector<float>(4, 1.0F), 1, ""));
+        for (int i : {1, 2}) {
+            const auto target = m.make(3 - i);
+            static_cast<ParticleData&>(*target) = *sources[i];
+            EXPECT_EQ(told(*target), told(*sources[i]));
+            EXPECT_EQ(arrays(*target), arrays(*sources[i]));
+        }
         sources[1]->ref();
         const auto target = m.make(2);
         static_cast<ParticleData&>(*target) = *sources[1];
@@ -321,6 +327,10 @@ TEST(ParticleDataIterator, SeveralPositionsPerParticle) {
             }
             it.setFilter(particles->getIndexing(), 1);
             EXPECT_EQ(walk(it), Numbers(row.ownWalk.begin(), row.ownWalk.begin() + !row.ownWalk.empty()));
+            particles->sortByDepth(ProjMatrix(), filter, 1); // one entry
+            handed.useParticleDataFilter();
+            EXPECT_EQ(walk(handed), row.velocities ? Numbers{0} : Numbers());
+            handed.reset(*particles, particles->getIndexing(), 1);
             particles->removeSortByDepth();
             EXPECT_TRUE(handed.isDone() && it.isDone());
 
