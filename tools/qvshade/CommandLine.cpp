@@ -36,17 +36,17 @@ inputs that are declared constant.
   -o, --output OUT     graph, expand, place, render: write to a file: text for .dot; .svg and .png are
                        drawn by the program "dot" of Graphviz. Without it the text, or the table
                        of place, goes to standard output
-  --nodes              eval: first a line for every node: number, operation, values
   --pictures           graph: a small picture of its value on every node, on a sphere; with -o
                        OUT.svg, .png or .html, and NAME=VALUE
   --shape sphere, --shape plane, --shape torus
                        render: what the function is drawn on; a sphere without it
   --size N             render: the picture is N pixels wide and high, 256 without it
+  --nodes              eval: first a line for every node: number, operation, values
   --cost               place: what each level costs under both policies, instead of the nodes
-  --input NAME=LEVEL   place: the host delivers that input once per draw (uniform) or per vertex
+  --input NAME=LEVEL   place, render: the host delivers that input once per draw (uniform) or per vertex
                        (vertex), within its declared range; may be repeated
   --policy exact, --policy earliest
-                       place: per fragment what interpolation would change (the default), or
+                       place, render: per fragment what interpolation would change (the default), or
                        everything as early as its range allows
   --optimal, --fast    order: by the distances to the outputs (the default), or the plain order
   -l, --library FILE   read this file first, for functions that the others call; may be repeated
@@ -55,7 +55,8 @@ inputs that are declared constant.
   -W no-NAME           check: without the warnings of that name
   --stdin, --name FILE check: read standard input, as a file of that name
   --                   what follows is files and functions, also where it begins with "-"
-  --help, --version    print this text, or the version
+  -h, --help           print this text
+  --version            print the version
 
 Tables have aligned columns on a terminal and tabs between the columns elsewhere.
 
@@ -66,45 +67,45 @@ written or drawn.
 
 namespace {
 
-/// Which arguments and options a command takes.
-struct Command {
-    std::string_view name;
-    std::size_t minimum; // files and function
-    std::size_t maximum;
-    bool drawing;
-    bool ordering;
-    bool checking;
-    bool placing;
-    bool evaluating;
-    bool rendering;
+// The commands as bits, to say which of them take an option.
+enum CommandBits : unsigned int {
+    kCheck = 1U << 0U,
+    kList = 1U << 1U,
+    kGraph = 1U << 2U,
+    kExpand = 1U << 3U,
+    kOrder = 1U << 4U,
+    kStats = 1U << 5U,
+    kEval = 1U << 6U,
+    kPlace = 1U << 7U,
+    kRender = 1U << 8U,
+    kAll = ~0U,
 };
 
 constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);
 
+struct Command {
+    std::string_view name;
+    unsigned int bit;
+    std::size_t minimum; // of files and function
+    std::size_t maximum;
+    bool takesValues; // NAME=VALUE behind the function
+};
+
 constexpr Command kCommands[] = {
-    // name minimum maximum    drawing ordering checking placing evaluating rendering
-    {"check", 1, kAnyNumber, false, false, true, false, false, false},
-    {"list", 1, 2, false, false, false, false, false, false},
-    {"graph", 2, kAnyNumber, true, false, false, false, false, false},
-    {"expand", 2, 2, true, false, false, false, false, false},
-    {"order", 2, 2, false, true, false, false, false, false},
-    {"stats", 1, 1, false, false, false, false, false, false},
-    {"eval", 2, kAnyNumber, false, false, false, false, true, false},
-    {"place", 2, kAnyNumber, false, false, false, true, false, false},
-    {"render", 2, kAnyNumber, false, false, false, true, false, true},
+    // name    bit      minimum  maximum  values
+    {"check", kCheck, 1, kAnyNumber, false},
+    {"list", kList, 1, 2, false},
+    {"graph", kGraph, 2, 2, true},
+    {"expand", kExpand, 2, 2, false},
+    {"order", kOrder, 2, 2, false},
+    {"stats", kStats, 1, 1, false},
+    {"eval", kEval, 2, 2, true},
+    {"place", kPlace, 2, 2, true},
+    {"render", kRender, 2, 2, true},
 };
 
 Failure misunderstood(const std::string& what) {
     return failure(kBadCommandLine, what + " (see qvshade --help)");
-}
-
-const Command& findCommand(const std::string& name) {
-    for (const Command& command : kCommands) {
-        if (command.name == name) {
-            return command;
-        }
-    }
-    throw misunderstood("unknown command '" + name + "'");
 }
 
 /// NAME and what stands behind the first "="; throws where there is no name, and where `pairs` has it.
@@ -122,16 +123,230 @@ CommandLine::Pair readPair(const std::string& text, const std::vector<CommandLin
     return pair;
 }
 
+// What an option does to the command line.
+
+template <bool CommandLine::*member, bool value = true>
+void set(CommandLine& line, const std::string& /*value*/) {
+    line.*member = value;
+}
+
+template <std::optional<std::string> CommandLine::*member>
+void store(CommandLine& line, const std::string& value) {
+    line.*member = value;
+}
+
+template <std::vector<std::string> CommandLine::*member>
+void append(CommandLine& line, const std::string& value) {
+    (line.*member).push_back(value);
+}
+
+void showFrequencies(CommandLine& line, const std::string& /*value*/) {
+    line.showTypes = true; // without types, frequencies are not shown
+    line.showCompFreqs = true;
+}
+
+void chooseFormat(CommandLine& line, const std::string& format) {
+    line.json = format == "json";
+}
+
+void choosePolicy(CommandLine& line, const std::string& policy) {
+    line.earliest = policy == "earliest";
+}
+
+void switchWarningOff(CommandLine& line, const std::string& off) {
+    if (!off.starts_with("no-")) {
+        throw misunderstood("'-W' takes no-NAME, the name of a warning");
+    }
+    line.warningsOff.push_back(off.substr(3));
+}
+
+void deliverInput(CommandLine& line, const std::string& text) {
+    line.inputLevels.push_back(readPair(text, line.inputLevels));
+    const std::string& level = line.inputLevels.back().second;
+    if (level != "uniform" && level != "vertex") {
+        throw misunderstood("'--input' takes NAME=uniform or NAME=vertex");
+    }
+}
+
 /// The side of a picture in pixels.
-unsigned int readSize(const std::string& text) {
+void storeSize(CommandLine& line, const std::string& text) {
     constexpr unsigned long kLargest = 8192;
-    const bool number =
-        !text.empty() && text.size() < 6 && text.find_first_not_of("0123456789") == std::string::npos;
+    const bool number = text.size() < 6 && text.find_first_not_of("0123456789") == std::string::npos;
     const unsigned long size = number ? std::stoul(text) : 0;
     if (size < 1 || size > kLargest) {
         throw misunderstood("'--size' takes a number of pixels from 1 to 8192");
     }
-    return static_cast<unsigned int>(size);
+    line.size = static_cast<unsigned int>(size);
+}
+
+enum Takes { kNothing, kOne, kMany };
+
+struct Option {
+    std::string_view name;
+    std::string_view shortName; // empty without one
+    unsigned int commands;      // bits
+    Takes takes;                // whether a value follows, and whether the option may be repeated
+    std::string_view value;     // what it is; the words to choose from with "|" between them
+    void (*apply)(CommandLine& line, const std::string& value);
+};
+
+constexpr Option kOptions[] = {
+    // name         short  commands                  takes     value                apply
+    {"--library", "-l", kAll, kMany, "file name", append<&CommandLine::libraries>},
+    {"--output", "-o", kGraph | kExpand | kPlace | kRender, kOne, "file name",
+     store<&CommandLine::outputFile>},
+    {"--types", "", kGraph | kExpand, kNothing, "", set<&CommandLine::showTypes>},
+    {"--freqs", "", kGraph | kExpand, kNothing, "", showFrequencies},
+    {"--optimal", "", kOrder, kNothing, "", set<&CommandLine::fast, false>},
+    {"--fast", "", kOrder, kNothing, "", set<&CommandLine::fast>},
+    {"--nodes", "", kEval, kNothing, "", set<&CommandLine::showNodes>},
+    {"--cost", "", kPlace, kNothing, "", set<&CommandLine::showCost>},
+    {"--input", "", kPlace | kRender, kMany, "value", deliverInput},
+    {"--policy", "", kPlace | kRender, kOne, "exact|earliest", choosePolicy},
+    {"--pictures", "", kGraph, kNothing, "", set<&CommandLine::pictures>},
+    {"--shape", "", kRender, kOne, "sphere|plane|torus", store<&CommandLine::shape>},
+    {"--size", "", kRender, kOne, "value", storeSize},
+    {"--format", "", kCheck, kOne, "text|json", chooseFormat},
+    {"--werror", "", kCheck, kNothing, "", set<&CommandLine::warningsAreErrors>},
+    {"", "-W", kCheck, kMany, "value", switchWarningOff},
+    {"--stdin", "", kCheck, kNothing, "", set<&CommandLine::readsStandardInput>},
+    {"--name", "", kCheck, kOne, "file name", store<&CommandLine::standardInputName>},
+};
+
+/// Options that cannot both be followed, and why.
+constexpr struct {
+    std::string_view one;
+    std::string_view other;
+    const char* why;
+} kContradictions[] = {
+    {"--optimal", "--fast", "'--optimal' and '--fast' are different orders"},
+    {"--pictures", "--types", "'--pictures' shows values, '--types' the types of links"},
+    {"--pictures", "--freqs", "'--pictures' shows values, '--freqs' the frequencies of links"},
+    {"--cost", "--output", "'--cost' prints a table, '-o' draws a picture"},
+    {"--cost", "--policy", "'--cost' shows both policies"},
+};
+
+const Command& findCommand(const std::string& name) {
+    for (const Command& command : kCommands) {
+        if (command.name == name) {
+            return command;
+        }
+    }
+    throw misunderstood("unknown command '" + name + "'");
+}
+
+const Option& findOption(const Command& command, std::string_view name) {
+    for (const Option& option : kOptions) {
+        if ((option.commands & command.bit) != 0 && (name == option.name || name == option.shortName)) {
+            return option;
+        }
+    }
+    throw misunderstood("'" + std::string(command.name) + "' has no option '" + std::string(name) + "'");
+}
+
+/// Throws when the option lets its user choose among words, and `value` is none of them.
+void checkChoice(const Option& option, const std::string& value) {
+    if (option.value.find('|') == std::string_view::npos) {
+        return;
+    }
+    std::string words;
+    for (std::size_t start = 0; start <= option.value.size();) {
+        const std::size_t end = std::min(option.value.find('|', start), option.value.size());
+        const std::string_view word = option.value.substr(start, end - start);
+        if (word == value) {
+            return;
+        }
+        const bool last = end == option.value.size();
+        words += (words.empty() ? "" : last ? " or " : ", ") + std::string(word);
+        start = end + 1;
+    }
+    throw misunderstood("'" + std::string(option.name) + "' takes " + words);
+}
+
+/// Reads options, and what stands between them.
+class OptionReader {
+public:
+    OptionReader(const Command& command, CommandLine& line) : fCommand(command), fLine(line) {}
+
+    /// Follows the options and returns the other arguments.
+    std::vector<std::string> read(const std::vector<std::string>& arguments) {
+        std::vector<std::string> operands;
+        bool onlyOperands = false; // behind "--"
+        for (auto next = arguments.begin(); next != arguments.end(); ++next) {
+            if (onlyOperands || next->empty() || next->front() != '-') {
+                operands.push_back(*next);
+            } else if (*next == "--") {
+                onlyOperands = true;
+            } else {
+                next = readOption(next, arguments.end());
+            }
+        }
+        for (const auto& pair : kContradictions) {
+            if (isGiven(pair.one) && isGiven(pair.other)) {
+                throw misunderstood(pair.why);
+            }
+        }
+        return operands;
+    }
+
+private:
+    using Arguments = std::vector<std::string>::const_iterator;
+
+    /// Follows one option, "--name VALUE", "--name=VALUE" or "-n VALUE"; returns its last argument.
+    Arguments readOption(Arguments argument, Arguments end) {
+        const std::size_t nameEnd =
+            argument->starts_with("--") ? std::min(argument->find('='), argument->size()) : argument->size();
+        const std::string name = argument->substr(0, nameEnd);
+        const Option& option = findOption(fCommand, name);
+        std::string value;
+        const bool attached = nameEnd < argument->size();
+        if (option.takes == kNothing && attached) {
+            throw misunderstood("'" + name + "' takes no value");
+        }
+        if (option.takes != kNothing) {
+            if (!attached && ++argument == end) {
+                throw missingValue(option, name);
+            }
+            value = attached ? argument->substr(nameEnd + 1) : *argument;
+            if (value.empty()) {
+                throw missingValue(option, name);
+            }
+            checkChoice(option, value);
+        }
+        if (option.takes == kOne && isGiven(option.name)) {
+            throw misunderstood("'" + name + "' is there twice");
+        }
+        fGiven.push_back(&option);
+        option.apply(fLine, value);
+        return argument;
+    }
+
+    static Failure missingValue(const Option& option, const std::string& name) {
+        const bool choice = option.value.find('|') != std::string_view::npos;
+        return misunderstood("'" + name + "' needs a " + (choice ? "value" : std::string(option.value)));
+    }
+
+    bool isGiven(std::string_view name) const {
+        return std::any_of(fGiven.begin(), fGiven.end(),
+                           [&](const Option* option) { return option->name == name; });
+    }
+
+    const Command& fCommand;
+    CommandLine& fLine;
+    std::vector<const Option*> fGiven;
+};
+
+/// The only file of "check --stdin" is the name that its diagnostics show.
+void nameStandardInput(const CommandLine& line, std::vector<std::string>& operands) {
+    if (line.readsStandardInput && !operands.empty()) {
+        throw misunderstood("'--stdin' takes the place of the files; '--name' says what it is called");
+    }
+    if (line.standardInputName && !line.readsStandardInput) {
+        throw misunderstood("'--name' goes with '--stdin'");
+    }
+    if (line.readsStandardInput) {
+        operands.push_back(line.standardInputName.value_or("stdin"));
+    }
 }
 
 } // namespace
@@ -140,10 +355,10 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
     CommandLine result;
     const auto endOfOptions = std::find(arguments.begin(), arguments.end(), "--");
     const auto help = std::find_if(arguments.begin(), endOfOptions, [](const std::string& argument) {
-        return argument == "--help" || argument == "--version";
+        return argument == "--help" || argument == "-h" || argument == "--version";
     });
     if (help != endOfOptions) {
-        result.command = *help;
+        result.command = *help == "-h" ? "--help" : *help;
         return result;
     }
     if (arguments.empty()) {
@@ -151,99 +366,20 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
     }
     const Command& command = findCommand(arguments.front());
     result.command = command.name;
-    std::vector<std::string> operands;
-    bool onlyOperands = false; // behind "--"
-    for (std::size_t i = 1; i < arguments.size(); ++i) {
-        const std::string& argument = arguments[i];
-        const auto value = [&]() -> const std::string& {
-            if (i + 1 == arguments.size() || arguments[i + 1].empty()) {
-                const bool file = argument != "-W" && argument != "--input" && argument != "--policy" &&
-                                  argument != "--size" && argument != "--shape";
-                throw misunderstood("'" + argument + "' needs a " + (file ? "file name" : "value"));
-            }
-            return arguments[++i];
-        };
-        if (onlyOperands || argument.empty() || argument.front() != '-') {
-            operands.push_back(argument);
-        } else if (argument == "--") {
-            onlyOperands = true;
-        } else if (argument == "-l" || argument == "--library") {
-            result.libraries.push_back(value());
-        } else if (command.drawing && argument == "--types") {
-            result.showTypes = true;
-        } else if (command.drawing && argument == "--freqs") {
-            result.showTypes = true; // without types, frequencies are not shown
-            result.showCompFreqs = true;
-        } else if ((command.drawing || command.placing) && (argument == "-o" || argument == "--output")) {
-            result.outputFile = value();
-        } else if (command.checking && argument.starts_with("--format=")) {
-            result.json = argument == "--format=json";
-            if (!result.json && argument != "--format=text") {
-                throw misunderstood("'" + argument + "': the formats are text and json");
-            }
-        } else if (command.checking && argument == "--werror") {
-            result.warningsAreErrors = true;
-        } else if (command.checking && argument == "-W") {
-            const std::string& off = value();
-            if (!off.starts_with("no-")) {
-                throw misunderstood("'-W' takes no-NAME, the name of a warning");
-            }
-            result.warningsOff.push_back(off.substr(3));
-        } else if (command.checking && argument == "--stdin") {
-            result.readsStandardInput = true;
-        } else if (command.checking && argument == "--name") {
-            operands.push_back(value());
-        } else if (command.evaluating && argument == "--nodes") {
-            result.showNodes = true;
-        } else if (command.name == "graph" && argument == "--pictures") {
-            result.pictures = true;
-        } else if (command.rendering && argument == "--shape") {
-            result.shape = value();
-        } else if (command.rendering && argument == "--size") {
-            result.size = readSize(value());
-        } else if (command.name == "place" && argument == "--cost") {
-            result.showCost = true;
-        } else if (command.placing && argument == "--input") {
-            result.inputLevels.push_back(readPair(value(), result.inputLevels));
-            const std::string& level = result.inputLevels.back().second;
-            if (level != "uniform" && level != "vertex") {
-                throw misunderstood("'--input' takes NAME=uniform or NAME=vertex");
-            }
-        } else if (command.placing && argument == "--policy") {
-            const std::string& policy = value();
-            result.earliest = policy == "earliest";
-            if (!result.earliest && policy != "exact") {
-                throw misunderstood("'--policy' takes exact or earliest");
-            }
-        } else if (command.ordering && (argument == "--fast" || argument == "--optimal")) {
-            result.fast = argument == "--fast";
-        } else {
-            throw misunderstood("'" + result.command + "' has no option '" + argument + "'");
-        }
-    }
-    if (result.readsStandardInput && operands.empty()) {
-        operands.push_back("stdin");
-    }
-    if (result.readsStandardInput && operands.size() > 1) {
-        throw misunderstood("'--stdin' takes the place of the files; '--name' says what it is called");
-    }
-    while ((command.placing || command.evaluating || result.pictures) && operands.size() > command.minimum) {
+    std::vector<std::string> operands =
+        OptionReader(command, result).read({arguments.begin() + 1, arguments.end()});
+    nameStandardInput(result, operands);
+    const bool takesValues = command.takesValues && (command.bit != kGraph || result.pictures);
+    while (takesValues && operands.size() > command.minimum) {
         const auto first = operands.begin() + static_cast<std::ptrdiff_t>(command.minimum);
         result.values.push_back(readPair(*first, result.values));
         operands.erase(first);
     }
-    if (result.showCost && result.outputFile) {
-        throw misunderstood("'--cost' prints a table, '-o' draws a picture");
-    }
-    if (result.pictures && result.showTypes) {
-        throw misunderstood("'--pictures' shows values, '--types' and '--freqs' the types of links");
-    }
-    if (operands.size() < command.minimum ||
-        operands.size() > (command.name == "graph" ? 2 : command.maximum)) {
+    if (operands.size() < command.minimum || operands.size() > command.maximum) {
         throw misunderstood("'" + result.command + "' with " + std::to_string(operands.size()) +
                             " arguments");
     }
-    if (command.name != "check" && operands.size() == 2) {
+    if (command.bit != kCheck && operands.size() == 2) {
         result.function = operands.back();
         operands.pop_back();
     }

@@ -17,9 +17,10 @@ struct CommandLine {
     bool fast = false; ///< the plain order instead of the one that distances steer
 
     // Of check.
-    bool json = false;                    ///< one JSON object a line instead of text
-    bool warningsAreErrors = false;       ///< a warning, too, gives the status of an error
-    bool readsStandardInput = false;      ///< the only file is a name for what standard input gives
+    bool json = false;               ///< one JSON object a line instead of text
+    bool warningsAreErrors = false;  ///< a warning, too, gives the status of an error
+    bool readsStandardInput = false; ///< the only file is a name for what standard input gives
+    std::optional<std::string> standardInputName;
     std::vector<std::string> warningsOff; ///< the names of warnings that are not wanted
 
     // Of those that take values, and of those that place a function.
