@@ -71,7 +71,7 @@ else()
   install(FILES LICENSE DESTINATION "${QV_DOC_DIR}" RENAME copyright) # where Debian looks for it
 endif()
 install(FILES CHANGELOG.md DESTINATION "${QV_DOC_DIR}")
-install(FILES README.md DESTINATION "${QV_DOC_DIR}" OPTIONAL)
+install(FILES README.md WINDOWS.md DESTINATION "${QV_DOC_DIR}" OPTIONAL)
 install(DIRECTORY docs DESTINATION "${QV_DOC_DIR}" FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg")
 install(DIRECTORY "${PROJECT_BINARY_DIR}/docs/html/" DESTINATION "${QV_DOC_DIR}/reference" OPTIONAL)
 install(
@@ -79,15 +79,17 @@ install(
   DESTINATION "${QV_DOC_DIR}"
   FILES_MATCHING
   PATTERN "*.h"
-  PATTERN "*.cpp")
+  PATTERN "*.cpp"
+  PATTERN "*.qvs")
 configure_file(packaging/examples.cmake "${PROJECT_BINARY_DIR}/examples.cmake" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/examples.cmake" DESTINATION "${QV_DOC_DIR}/examples" RENAME CMakeLists.txt)
 
 set(QV_STDLIB_FILE "${QV_DATA_DIR}/stdlib.qvs")
+set(QV_RUNTIME_FOLDER "${CMAKE_INSTALL_BINDIR}")
 configure_package_config_file(
   packaging/qvConfig.cmake.in "${PROJECT_BINARY_DIR}/qvConfig.cmake"
   INSTALL_DESTINATION "${QV_CMAKE_DIR}"
-  PATH_VARS QV_STDLIB_FILE
+  PATH_VARS QV_STDLIB_FILE QV_RUNTIME_FOLDER
   NO_CHECK_REQUIRED_COMPONENTS_MACRO)
 # Before 1.0 a minor version may change the interface.
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/qvConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
