@@ -50,7 +50,15 @@ qv_add_public_headers(
   HSLFragmentProgram.h
   IShadingDagConvertor.h
   HSLConvertor.h)
-qv_add_public_headers(conversion Placement.h ProgramConvertor.h ProgramEvaluator.h ProgramInterface.h ProgramTarget.h)
+qv_add_public_headers(
+  conversion
+  HostUniforms.h
+  HSLTextConvertor.h
+  Placement.h
+  ProgramConvertor.h
+  ProgramEvaluator.h
+  ProgramInterface.h
+  ProgramTarget.h)
 qv_add_public_headers(
   geometry
   IBounds.h

@@ -1,4 +1,4 @@
-#include "conversion/ProgramWriter.h"
+#include "conversion/ProgramBorders.h"
 
 #include "core/Exception.h"
 #include "shadingdag/ShadingNode.h"
@@ -156,13 +156,23 @@ private:
         }
         // An input that the graph reads comes with its crossing.
         if (fPositionInput < 0 || !crosses(fPositionInput, PlacedProgram::kAttribute)) {
-            addAttribute(kNone, "position", fPositionInput < 0 ? kFloat4 : fFlat.inputs[fPositionInput].type)
-                .lightSpecific = fPositionInput >= 0 && fFlat.inputs[fPositionInput].lightSpecific;
+            addImpliedPosition();
             fPlan.impliedPosition = 0;
         }
         if (fMatrixInput < 0 || !crosses(fMatrixInput, PlacedProgram::kUniform)) {
             addUniform(kNone, "modelViewProjection", kMatrix4).inVertex = true;
             fPlan.impliedMatrix = 0;
+        }
+    }
+
+    void addImpliedPosition() {
+        const bool own = fPositionInput >= 0;
+        ProgramVariable& position =
+            addAttribute(kNone, "position", own ? fFlat.inputs[fPositionInput].type : kFloat4);
+        position.lightSpecific = own && fFlat.inputs[fPositionInput].lightSpecific;
+        if (!own && fTarget.id == ProgramTarget::kCg) {
+            position.name = "vertexPosition"; // the first member of every connector
+            position.type = kFloat3;
         }
     }
 
@@ -281,6 +291,10 @@ private:
         }
     }
 
+    std::string outputName(const char* fixed, const char* wanted) {
+        return *fixed ? std::string(fixed) : std::string(fNames.give("o_", wanted));
+    }
+
     void addOutputs() {
         for (std::size_t i = 0; i < fFlat.outputs.size(); ++i) {
             const FlatProgram::Output& output = fFlat.outputs[i];
@@ -290,20 +304,20 @@ private:
             ProgramVariable variable;
             variable.input = output.name;
             variable.lightSpecific = fPlaced.places[fFlat.valueNode[output.value]].lightSpecific;
-            const bool glsl = fTarget.language == ProgramTarget::kGlslWords;
             switch (fPlaced.roles[i]) {
             case PlacedProgram::kPosition:
-                variable.name = glsl ? "gl_Position" : fNames.give("o_", "position");
+                variable.name = outputName(fTarget.position, "position");
+                fPlan.position = variable.name;
                 variable.type = kFloat4;
                 variable.inVertex = true;
                 break;
             case PlacedProgram::kDepth:
-                variable.name = glsl ? "gl_FragDepth" : fNames.give("o_", "depth");
+                variable.name = outputName(fTarget.depth, "depth");
                 variable.type = kFloat;
                 variable.inFragment = true;
                 break;
             default:
-                variable.name = fNames.give("o_", "color");
+                variable.name = outputName(fTarget.color, "color");
                 variable.type = kFloat4;
                 variable.location = 0;
                 variable.inFragment = true;
@@ -312,6 +326,9 @@ private:
             fPlan.variables.outputs.push_back(std::move(variable));
             fPlan.outputValues.push_back(output.value);
             fPlan.outputRoles.push_back(fPlaced.roles[i]);
+        }
+        if (fImplied) {
+            fPlan.position = outputName(fTarget.position, "position");
         }
     }
 

@@ -16,10 +16,16 @@ namespace {
 const std::string kNoText;
 const std::vector<std::string> kNoNotices;
 
-std::vector<HostSpelling> hostSpellings(const std::vector<ConversionOptions::Added>& added) {
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+} // namespace
+
+std::vector<HostSpelling> hostSpellings(const ConversionOptions& options) {
     std::vector<HostSpelling> result;
-    result.reserve(added.size()); // the spellings point at their helpers
-    for (const ConversionOptions::Added& row : added) {
+    result.reserve(options.spellings.size()); // the spellings point at their helpers
+    for (const ConversionOptions::Added& row : options.spellings) {
         const std::string name = row.signature.substr(0, row.signature.find('('));
         result.push_back({row.signature, parseSpelling(name, row.text), row.helper});
         result.back().spelling.output = row.output;
@@ -29,24 +35,23 @@ std::vector<HostSpelling> hostSpellings(const std::vector<ConversionOptions::Add
     return result;
 }
 
-// A constant input has to have its value before there is a text.
-void requireConstants(const PlacedProgram& placed, const ShadingNodeSpec& function) {
-    for (std::size_t i = 0; i < placed.flat.inputs.size(); ++i) {
-        const FlatProgram::Input& input = placed.flat.inputs[i];
-        if (placed.delivered[i] == kConstantFreq &&
-            placed.literalOf[placed.flat.nodes[input.node].firstValue] == FlatProgram::kNone) {
-            throw PlacementFailure{kOptionsFault, function.name() + ": the constant input '" + input.name +
-                                                      "' (" + dataTypeName(input.type) +
-                                                      ") needs a value before it is converted"};
-        }
+std::string placedMessage(const ShadingNodeSpec& function, const std::string& what) {
+    const std::string place = placeOf(function);
+    return (place.empty() ? "" : place + ": ") + function.name() + ": " + what;
+}
+
+std::string bothTexts(const std::string& vertexText, const std::string& fragmentText) {
+    return "---- vertex program ----\n" + vertexText + "---- fragment program ----\n" + fragmentText;
+}
+
+bool writeText(const char* path, const std::string& text) {
+    std::FILE* file = std::fopen(path, "wb");
+    if (!file) {
+        return false;
     }
+    const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
+    return std::fclose(file) == 0 && written;
 }
-
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
-} // namespace
 
 void ConversionOptions::addSpelling(const std::string& signature, const std::string& text,
                                     const std::string& helper, int output) {
@@ -75,10 +80,13 @@ ProgramConvertor::~ProgramConvertor() = default;
 
 bool ProgramConvertor::convert() {
     cleanup();
+    if (fOptions.target->id == ProgramTarget::kCg) {
+        fail("an HSLTextConvertor writes programs for cg", true);
+        return false;
+    }
     try {
         const auto data = std::make_shared<ConvertedProgram::Data>();
-        data->placed = std::make_shared<const PlacedProgram>(placeFunction(*fFunction, fOptions));
-        requireConstants(*data->placed, *fFunction);
+        data->placed = std::make_shared<const PlacedProgram>(placeToConvert(*fFunction, fOptions));
         fProgram = ConvertedProgram(data);
     } catch (const PlacementFailure& failure) {
         fail(failure.message, failure.fault == kOptionsFault);
@@ -88,8 +96,9 @@ bool ProgramConvertor::convert() {
 }
 
 bool ProgramConvertor::convertFor(const ProgramTarget& target) {
-    if (!fProgram.data()) {
-        fail("nothing has been converted", true);
+    if (!fProgram.data() || target.id == ProgramTarget::kCg) {
+        fail(fProgram.data() ? "an HSLTextConvertor writes programs for cg" : "nothing has been converted",
+             true);
         return false;
     }
     return write(target);
@@ -102,15 +111,13 @@ bool ProgramConvertor::write(const ProgramTarget& target) {
         const auto data = std::make_shared<ConvertedProgram::Data>();
         data->placed = placed;
         InterfacePlan plan;
-        data->texts =
-            writeProgram(*placed, *fFunction, target, fOptions, hostSpellings(fOptions.spellings), plan);
+        data->texts = writeProgram(*placed, *fFunction, target, fOptions, hostSpellings(fOptions), plan);
         data->uniformValues = std::move(plan.uniformValues);
         data->hoistedValues = std::move(plan.hoistedValues);
         fProgram = ConvertedProgram(data);
         return true;
     } catch (const Exception& error) {
-        const std::string place = placeOf(*fFunction);
-        fail((place.empty() ? "" : place + ": ") + fFunction->name() + ": " + error.message, false);
+        fail(placedMessage(*fFunction, error.message), false);
         return false;
     }
 }
@@ -125,22 +132,11 @@ const qvString::CString ProgramConvertor::conversionString() const {
     if (!fProgram.data()) {
         return {};
     }
-    const std::string text =
-        "---- vertex program ----\n" + vertexProgram() + "---- fragment program ----\n" + fragmentProgram();
-    return text.c_str();
+    return bothTexts(vertexProgram(), fragmentProgram()).c_str();
 }
 
 bool ProgramConvertor::writeToFile(const qvString::CString& path) {
-    if (!fProgram.data()) {
-        return false;
-    }
-    std::FILE* file = std::fopen(path.asChar(), "wb");
-    if (!file) {
-        return false;
-    }
-    const std::string text = conversionString().asChar();
-    const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    return std::fclose(file) == 0 && written;
+    return fProgram.data() && writeText(path.asChar(), conversionString().asChar());
 }
 
 void ProgramConvertor::cleanup() {

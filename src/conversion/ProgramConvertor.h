@@ -15,12 +15,6 @@ namespace qvShadingDag {
 
 class ShadingNodeSpec;
 
-/// The two programs of a pair.
-enum ProgramStage : int {
-    kVertexProgram = 0,
-    kFragmentProgram,
-};
-
 /// How a function is converted: the target, the placement, and spellings that the host adds.
 struct QV_EXPORT ConversionOptions : PlacementOptions {
     ConversionOptions() : ConversionOptions(ProgramTarget::glsl330()) {}

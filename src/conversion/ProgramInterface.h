@@ -8,6 +8,12 @@
 
 namespace qvShadingDag {
 
+/// The two programs of a pair.
+enum ProgramStage : int {
+    kVertexProgram = 0,
+    kFragmentProgram,
+};
+
 /// What a pair of programs asks of its host, and what passes between the two.
 ///
 ///     for (const ProgramVariable& map : convertor.programInterface().samplers) {

@@ -11,17 +11,17 @@ using Target = ProgramTarget;
 // clang-format off
 constexpr ProgramTarget kTargets[] = {
     // id                 name         words               spelled like       version              fragment precision
-    //   sampler  block  explicit  binding  attributes  samplers  components  locations  endings
+    //   sampler  block  explicit  binding  attributes  samplers  components  locations  position       depth           colour   endings
     {Target::kGlsl330,   "glsl330",   Target::kGlslWords, Target::kNoTarget, "#version 330 core\n", "",
-         false,   false, false,    0,       16,         16,       60,         0,         ".vert", ".frag"},
+         false,   false, false,    0,       16,         16,       60,         0,         "gl_Position", "gl_FragDepth", "",      ".vert", ".frag"},
     {Target::kEs300,     "es300",     Target::kGlslWords, Target::kNoTarget, "#version 300 es\n",   "precision highp float;\nprecision highp int;\n",
-         true,    false, false,    0,       16,         16,       60,         0,         ".vert", ".frag"},
+         true,    false, false,    0,       16,         16,       60,         0,         "gl_Position", "gl_FragDepth", "",      ".vert", ".frag"},
     {Target::kVulkan450, "vulkan450", Target::kGlslWords, Target::kNoTarget, "#version 450\n",      "",
-         false,   true,  true,     1,       16,         16,       64,         16,        ".vert", ".frag"},
+         false,   true,  true,     1,       16,         16,       64,         16,        "gl_Position", "gl_FragDepth", "",      ".vert", ".frag"},
     {Target::kHlsl,      "hlsl",      Target::kHlslWords, Target::kNoTarget, "",                    "",
-         false,   true,  true,     0,       16,         16,       60,         0,         ".vs.hlsl", ".ps.hlsl"},
+         false,   true,  true,     0,       16,         16,       60,         0,         "",            "",             "",      ".vs.hlsl", ".ps.hlsl"},
     {Target::kCg,        "cg",        Target::kHlslWords, Target::kHlsl,     "",                    "",
-         false,   false, false,    0,       16,         16,       60,         0,         ".vert", ".frag"},
+         false,   false, false,    0,       16,         16,       60,         0,         "HPOS",        "depth",        "color", ".vert", ".frag"},
 };
 
 struct TypeRow {

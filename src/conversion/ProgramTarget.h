@@ -36,6 +36,10 @@ struct QV_EXPORT ProgramTarget {
     unsigned maxVaryingComponents; ///< 32-bit numbers from the vertex to the fragment program
     unsigned maxVaryingLocations;  ///< of four numbers each, filled up by packing; 0 for no packing
 
+    const char* position; ///< what the clip position is assigned to; empty: an output with a name of its own
+    const char* depth;    ///< the same for the depth
+    const char* color;    ///< the same for the colour
+
     const char* vertexEnding;   ///< of the file of a vertex text
     const char* fragmentEnding; ///< of the file of a fragment text
 

@@ -16,8 +16,6 @@ namespace {
 using Index = FlatProgram::Index;
 constexpr Index kNone = FlatProgram::kNone;
 
-enum Stage : int { kVertexStage, kFragmentStage };
-
 /// A text that grows line by line and knows where its lines come from.
 class TextWriter {
 public:
@@ -97,16 +95,15 @@ private:
     std::uint32_t fLastPosition = 0;
 };
 
-/// The type of a variable at the border of a program, where a bool is an int.
-std::string_view carrierType(const ProgramTarget& target, DataType type) {
-    return target.typeName(type == kBool ? kInt : type);
+std::string_view carrierName(const ProgramTarget& target, DataType type) {
+    return target.typeName(carrierType(type));
 }
 
-bool inStage(const ProgramVariable& variable, Stage stage) {
-    return stage == kVertexStage ? variable.inVertex : variable.inFragment;
+bool inStage(const ProgramVariable& variable, ProgramStage stage) {
+    return stage == kVertexProgram ? variable.inVertex : variable.inFragment;
 }
 
-bool anyInStage(const std::vector<ProgramVariable>& variables, Stage stage) {
+bool anyInStage(const std::vector<ProgramVariable>& variables, ProgramStage stage) {
     return std::any_of(variables.begin(), variables.end(),
                        [stage](const ProgramVariable& variable) { return inStage(variable, stage); });
 }
@@ -135,9 +132,9 @@ std::string_view samplerType(const ProgramVariable& map, const ProgramTarget& ta
 }
 
 // The declarations around the bodies of the GLSL targets, and the opening of main.
-void declareGlsl(TextWriter& out, const ProgramInterface& variables, Stage stage) {
+void declareGlsl(TextWriter& out, const ProgramInterface& variables, ProgramStage stage) {
     const ProgramTarget& target = out.target;
-    if (stage == kFragmentStage) {
+    if (stage == kFragmentProgram) {
         out.addLines(target.precision);
         std::vector<std::string_view> types;
         for (const ProgramVariable& map : variables.samplers) {
@@ -154,7 +151,7 @@ void declareGlsl(TextWriter& out, const ProgramInterface& variables, Stage stage
         for (const auto* list : {&variables.uniforms, &variables.hoisted}) {
             for (const ProgramVariable& uniform : *list) {
                 if (target.uniformBlock || inStage(uniform, stage)) {
-                    out << before << carrierType(target, uniform.type) << " " << uniform.name << ";";
+                    out << before << carrierName(target, uniform.type) << " " << uniform.name << ";";
                     out.endLine();
                 }
             }
@@ -176,10 +173,10 @@ void declareGlsl(TextWriter& out, const ProgramInterface& variables, Stage stage
             out.endLine();
         }
     }
-    if (stage == kVertexStage) {
+    if (stage == kVertexProgram) {
         for (const ProgramVariable& attribute : variables.attributes) {
             out << "layout(location = " << static_cast<unsigned>(attribute.location) << ") in "
-                << carrierType(target, attribute.type) << " " << attribute.name << ";";
+                << carrierName(target, attribute.type) << " " << attribute.name << ";";
             out.endLine();
         }
     }
@@ -191,12 +188,12 @@ void declareGlsl(TextWriter& out, const ProgramInterface& variables, Stage stage
             }
             out << ") ";
         }
-        out << (varying.flat ? "flat " : "") << (stage == kVertexStage ? "out " : "in ")
-            << carrierType(target, varying.type) << " " << varying.name << ";";
+        out << (varying.flat ? "flat " : "") << (stage == kVertexProgram ? "out " : "in ")
+            << carrierName(target, varying.type) << " " << varying.name << ";";
         out.endLine();
     }
     for (const ProgramVariable& output : variables.outputs) {
-        if (stage == kFragmentStage && output.location >= 0) {
+        if (stage == kFragmentProgram && output.location >= 0) {
             out << "layout(location = " << static_cast<unsigned>(output.location) << ") out "
                 << target.typeName(output.type) << " " << output.name << ";";
             out.endLine();
@@ -206,14 +203,14 @@ void declareGlsl(TextWriter& out, const ProgramInterface& variables, Stage stage
 }
 
 // The same for HLSL: a constant buffer with its offsets, maps with their samplers.
-void declareHlsl(TextWriter& out, const ProgramInterface& variables, Stage stage) {
+void declareHlsl(TextWriter& out, const ProgramInterface& variables, ProgramStage stage) {
     const ProgramTarget& target = out.target;
     if (anyInStage(variables.uniforms, stage) || anyInStage(variables.hoisted, stage)) {
         out.addLines("cbuffer Uniforms : register(b0) {\n");
         for (const auto* list : {&variables.uniforms, &variables.hoisted}) {
             for (const ProgramVariable& uniform : *list) {
                 const bool matrix = uniform.type >= kMatrix2 && uniform.type <= kMatrix4;
-                out << (matrix ? "    row_major " : "    ") << carrierType(target, uniform.type) << " "
+                out << (matrix ? "    row_major " : "    ") << carrierName(target, uniform.type) << " "
                     << uniform.name << " : packoffset(c" << static_cast<unsigned>(uniform.offset / 16);
                 static constexpr std::string_view kParts[] = {"", ".y", ".z", ".w"};
                 out << kParts[uniform.offset % 16 / 4] << ");";
@@ -236,29 +233,30 @@ void declareHlsl(TextWriter& out, const ProgramInterface& variables, Stage stage
 
 // What an HLSL program takes and gives are the parameters of its main. The clip position comes behind
 // the varyings, so that these have the same registers in both programs.
-void openHlsl(TextWriter& out, const ProgramInterface& variables, Stage stage, std::string_view position) {
+void openHlsl(TextWriter& out, const ProgramInterface& variables, ProgramStage stage,
+              std::string_view position) {
     const ProgramTarget& target = out.target;
     out << "void main(";
     std::string_view separator;
     const auto parameter = [&](std::string_view before, DataType type, std::string_view name,
                                std::string_view semantic, int number) {
-        out << separator << before << carrierType(target, type) << " " << name << " : " << semantic;
+        out << separator << before << carrierName(target, type) << " " << name << " : " << semantic;
         if (number >= 0) {
             out << static_cast<unsigned>(number);
         }
         separator = ", ";
     };
-    if (stage == kVertexStage) {
+    if (stage == kVertexProgram) {
         for (const ProgramVariable& attribute : variables.attributes) {
             parameter("in ", attribute.type, attribute.name, "TEXCOORD", attribute.location);
         }
     }
     for (const ProgramVariable& varying : variables.varyings) {
-        const std::string_view direction = stage == kVertexStage ? "out " : "in ";
-        parameter(stage == kFragmentStage && varying.flat ? "nointerpolation in " : direction, varying.type,
+        const std::string_view direction = stage == kVertexProgram ? "out " : "in ";
+        parameter(stage == kFragmentProgram && varying.flat ? "nointerpolation in " : direction, varying.type,
                   varying.name, "TEXCOORD", varying.location);
     }
-    if (stage == kVertexStage) {
+    if (stage == kVertexProgram) {
         parameter("out ", kFloat4, position, "SV_Position", -1);
     } else {
         for (const ProgramVariable& output : variables.outputs) {
@@ -271,42 +269,41 @@ void openHlsl(TextWriter& out, const ProgramInterface& variables, Stage stage, s
     out.addLines(") {\n");
 }
 
-void openGlsl(TextWriter& out, const ProgramInterface& /*variables*/, Stage /*stage*/,
+void openGlsl(TextWriter& out, const ProgramInterface& /*variables*/, ProgramStage /*stage*/,
               std::string_view /*position*/) {
     out.addLines("void main() {\n");
 }
 
 /// What a target writes around the body in a way of its own.
 struct Frame {
-    void (*declare)(TextWriter& out, const ProgramInterface& variables, Stage stage);
-    void (*open)(TextWriter& out, const ProgramInterface& variables, Stage stage, std::string_view position);
+    void (*declare)(TextWriter& out, const ProgramInterface& variables, ProgramStage stage);
+    void (*open)(TextWriter& out, const ProgramInterface& variables, ProgramStage stage,
+                 std::string_view position);
 };
 
 constexpr Frame kFrames[] = {{declareGlsl, openGlsl}, {declareHlsl, openHlsl}}; // by language
 
 // A helper, and where it is for scalars its overloads for vectors, which call it for each component.
-void writeHelper(TextWriter& out, const HelperFunction& helper) {
-    out.addLines(helper.text);
+void appendHelper(std::string& text, const HelperFunction& helper, const ProgramTarget& target) {
+    text += helper.text;
     static constexpr std::string_view kParameters[] = {"a", "b"};
     static constexpr std::string_view kComponents[] = {".x", ".y", ".z", ".w"};
     for (int width = 2; helper.arity > 0 && width <= 4; ++width) {
-        const std::string_view type = out.target.typeName(static_cast<DataType>(helper.result + width - 1));
-        out << type << " " << helper.name << "(";
+        const std::string_view result = target.typeName(static_cast<DataType>(helper.result + width - 1));
+        const std::string_view argument = target.typeName(static_cast<DataType>(helper.argument + width - 1));
+        text.append(result).append(" ").append(helper.name).append("(");
         for (int i = 0; i < helper.arity; ++i) {
-            out << (i == 0 ? "" : ", ")
-                << out.target.typeName(static_cast<DataType>(helper.argument + width - 1)) << " "
-                << kParameters[i];
+            text.append(i == 0 ? "" : ", ").append(argument).append(" ").append(kParameters[i]);
         }
-        out.addLines(") {\n");
-        out << "    return " << type << "(";
+        text.append(") {\n    return ").append(result).append("(");
         for (int component = 0; component < width; ++component) {
-            out << (component == 0 ? "" : ", ") << helper.name << "(";
+            text.append(component == 0 ? "" : ", ").append(helper.name).append("(");
             for (int i = 0; i < helper.arity; ++i) {
-                out << (i == 0 ? "" : ", ") << kParameters[i] << kComponents[component];
+                text.append(i == 0 ? "" : ", ").append(kParameters[i]).append(kComponents[component]);
             }
-            out << ")";
+            text += ')';
         }
-        out.addLines(");\n}\n");
+        text += ");\n}\n";
     }
 }
 
@@ -316,26 +313,19 @@ public:
     ProgramWriter(const PlacedProgram& placed, const ShadingNodeSpec& function, const ProgramTarget& target,
                   const PlacementOptions& options, const std::vector<HostSpelling>& hostSpellings,
                   InterfacePlan& plan)
-        : fPlaced(placed), fFlat(placed.flat), fFunction(function), fTarget(target), fOptions(options),
+        : fPlaced(placed), fFunction(function), fTarget(target), fOptions(options),
           fHostSpellings(hostSpellings), fSpellings(placed.flat, target, hostSpellings),
           fOut(placed.flat, target), fPlan(plan) {}
 
     ProgramTexts write() {
         NameTable names(ReservedWords::of(fTarget));
-        std::vector<std::string> hostWords;
-        for (const HostSpelling& host : fHostSpellings) {
-            collectCalledWords(host.spelling.text, hostWords);
-            collectCalledWords(host.helper, hostWords);
-        }
-        for (const std::string& word : hostWords) {
-            names.reserve(word);
-        }
-        names.reserve("Uniforms");
+        reserveWords(names, fHostSpellings);
         fPlan = planInterface(fPlaced, fTarget, fOptions, names);
-        findPosition(names);
-        for (const Stage stage : {kVertexStage, kFragmentStage}) {
+        for (const ProgramStage stage : {kVertexProgram, kFragmentProgram}) {
             NameTable stageNames = names;
-            writeStage(stage, stageNames);
+            ProgramBody body(fPlaced, fTarget, fSpellings, stageNames, fFunction.name());
+            writeBody(body, stage, fPlaced, fPlan, fTarget, stageNames, "");
+            writeText(stage, body);
         }
         fTexts.files = std::move(fOut.files());
         fTexts.variables = fPlan.variables;
@@ -343,152 +333,20 @@ public:
     }
 
 private:
-    void findPosition(NameTable& names) {
-        for (const ProgramVariable& output : fPlan.variables.outputs) {
-            if (output.type == kFloat4 && output.inVertex) {
-                fPosition = output.name;
-            }
-        }
-        if (fPosition.empty()) {
-            fPosition = fTarget.language == ProgramTarget::kGlslWords
-                            ? std::string("gl_Position")
-                            : std::string(names.give("o_", "position"));
-        }
-    }
-
-    void writeStage(Stage stage, NameTable& names) {
-        ProgramBody body(fPlaced, fTarget, fSpellings, names, fFunction.name());
-        provideUniforms(body, stage);
-        if (stage == kVertexStage) {
-            provideAttributes(body, names);
-            assignVaryings(body);
-        } else {
-            provideVaryings(body);
-        }
-        assignOutputs(body, stage);
-        body.write(stage == kVertexStage ? fPlaced.vertexNodes : fPlaced.fragmentNodes);
-        if (stage == kVertexStage && fPlan.impliedMatrix >= 0) {
-            body.append(fPosition, impliedPosition(body));
-        }
-        writeText(stage, body);
-    }
-
-    // A bool crosses as an int.
-    void provide(ProgramBody& body, const ProgramVariable& variable, Index value) const {
-        if (value == kNone) {
-            return;
-        }
-        if (variable.type == kBool) {
-            body.provide(value, variable.name + " != 0", Spelling::kEquality);
-        } else {
-            body.provide(value, variable.name);
-        }
-    }
-
-    void provideUniforms(ProgramBody& body, Stage stage) const {
-        const ProgramInterface& variables = fPlan.variables;
-        for (std::size_t i = 0; i < variables.uniforms.size(); ++i) {
-            provide(body, variables.uniforms[i], fPlan.uniformValues[i]);
-        }
-        for (std::size_t i = 0; i < variables.hoisted.size(); ++i) {
-            provide(body, variables.hoisted[i], fPlan.hoistedValues[i]);
-        }
-        for (std::size_t i = 0; i < variables.samplers.size() && stage == kFragmentStage; ++i) {
-            body.provide(fPlan.samplerValues[i], variables.samplers[i].name);
-        }
-    }
-
-    void provideAttributes(ProgramBody& body, NameTable& names) const {
-        for (std::size_t i = 0; i < fPlan.variables.attributes.size(); ++i) {
-            const ProgramVariable& attribute = fPlan.variables.attributes[i];
-            if (attribute.type >= kClampu && attribute.type <= kClampu4) {
-                body.provideAs(fPlan.attributeValues[i], names.give("", attribute.input), "clamp(",
-                               attribute.name, ", 0.0, 1.0)");
-            } else {
-                provide(body, attribute, fPlan.attributeValues[i]);
-            }
-        }
-    }
-
-    void assignVaryings(ProgramBody& body) const {
-        for (std::size_t i = 0; i < fPlan.variables.varyings.size(); ++i) {
-            const ProgramVariable& varying = fPlan.variables.varyings[i];
-            const bool isBool = varying.type == kBool;
-            body.assign({fPlan.varyingValues[i], varying.name, isBool ? "int(" : "", isBool ? ")" : ""});
-        }
-    }
-
-    void provideVaryings(ProgramBody& body) const {
-        for (std::size_t i = 0; i < fPlan.variables.varyings.size(); ++i) {
-            provide(body, fPlan.variables.varyings[i], fPlan.varyingValues[i]);
-        }
-    }
-
-    void assignOutputs(ProgramBody& body, Stage stage) const {
-        for (std::size_t i = 0; i < fPlan.variables.outputs.size(); ++i) {
-            const ProgramVariable& output = fPlan.variables.outputs[i];
-            if (!inStage(output, stage)) {
-                continue;
-            }
-            ProgramBody::Assignment assignment = {fPlan.outputValues[i], output.name, "", ""};
-            const DataType type = fFlat.valueTypes[assignment.value];
-            if (fPlan.outputRoles[i] == PlacedProgram::kColor && type != kFloat4 && type != kClampu4) {
-                widen(assignment, type);
-            }
-            body.assign(std::move(assignment));
-        }
-    }
-
-    // A colour of fewer components, or of whole numbers: what is missing is 0, 0, 0, 1.
-    void widen(ProgramBody::Assignment& assignment, DataType type) const {
-        static constexpr const char* kMissing[] = {", 0.0, 0.0, 1.0)", ", 0.0, 1.0)", ", 1.0)", ")"};
-        const int width = componentCount(type);
-        assignment.before = std::string(fTarget.typeName(kFloat4)) + "(";
-        assignment.after = kMissing[width - 1];
-        if (type == kBool || (type >= kInt && type <= kInt4)) {
-            assignment.before +=
-                std::string(fTarget.typeName(static_cast<DataType>(kFloat + width - 1))) + "(";
-            assignment.after.insert(0, ")");
-        }
-    }
-
-    std::string impliedPosition(ProgramBody& /*body*/) const {
-        const ProgramVariable& attribute = fPlan.variables.attributes[fPlan.impliedPosition];
-        const std::string& matrix = fPlan.variables.uniforms[fPlan.impliedMatrix].name;
-        const std::string position = attribute.type == kFloat4 ? attribute.name
-                                                               : std::string(fTarget.typeName(kFloat4)) +
-                                                                     "(" + attribute.name + ", 1.0)";
-        return fTarget.language == ProgramTarget::kGlslWords ? matrix + " * " + position
-                                                             : "mul(" + position + ", " + matrix + ")";
-    }
-
-    void writeText(Stage stage, const ProgramBody& body) {
+    void writeText(ProgramStage stage, const ProgramBody& body) {
         fOut.begin(fTexts.texts[stage], fTexts.lines[stage]);
         fOut.addLines(fTarget.version);
-        fOut << "// The " << (stage == kVertexStage ? "vertex" : "fragment") << " program of "
+        fOut << "// The " << (stage == kVertexProgram ? "vertex" : "fragment") << " program of "
              << fFunction.name() << ".";
         fOut.endLine();
         const Frame& frame = kFrames[fTarget.language];
         frame.declare(fOut, fPlan.variables, stage);
-        bool helpers = false;
-        const SpellingTable& table = SpellingTable::of(fTarget);
-        for (std::size_t i = 0; i < body.helpers().size(); ++i) {
-            if (body.helpers()[i]) {
-                writeHelper(fOut, table.helpers()[i]);
-                helpers = true;
-            }
-        }
-        for (const std::string* helper : body.hostHelpers()) {
-            fOut.addLines(*helper);
-            if (!helper->empty() && helper->back() != '\n') {
-                fOut.endLine();
-            }
-            helpers = helpers || !helper->empty();
-        }
-        if (helpers) {
+        const std::string helpers = helperTexts(body, fTarget);
+        if (!helpers.empty()) {
+            fOut.addLines(helpers);
             fOut.endLine();
         }
-        frame.open(fOut, fPlan.variables, stage, fPosition);
+        frame.open(fOut, fPlan.variables, stage, fPlan.position);
         for (const ProgramBody::Statement& statement : body.statements()) {
             fOut << "    ";
             if (statement.type != kVoid) {
@@ -501,7 +359,6 @@ private:
     }
 
     const PlacedProgram& fPlaced;
-    const FlatProgram& fFlat;
     const ShadingNodeSpec& fFunction;
     const ProgramTarget& fTarget;
     const PlacementOptions& fOptions;
@@ -509,11 +366,50 @@ private:
     CalleeSpellings fSpellings;
     TextWriter fOut;
     InterfacePlan& fPlan;
-    std::string fPosition; // what the clip position is assigned to
     ProgramTexts fTexts;
 };
 
 } // namespace
+
+void reserveWords(NameTable& names, const std::vector<HostSpelling>& hostSpellings) {
+    std::vector<std::string> words = {"Uniforms"}; // the block's own name
+    for (const HostSpelling& host : hostSpellings) {
+        collectCalledWords(host.spelling.text, words);
+        collectCalledWords(host.helper, words);
+    }
+    for (const std::string& word : words) {
+        names.reserve(word);
+    }
+}
+
+std::string helperTexts(const ProgramBody& body, const ProgramTarget& target) {
+    std::string text;
+    const SpellingTable& table = SpellingTable::of(target);
+    for (std::size_t i = 0; i < body.helpers().size(); ++i) {
+        if (body.helpers()[i]) {
+            appendHelper(text, table.helpers()[i], target);
+        }
+    }
+    for (const std::string* helper : body.hostHelpers()) {
+        text += *helper;
+        text += helper->empty() || helper->back() == '\n' ? "" : "\n";
+    }
+    return text;
+}
+
+PlacedProgram placeToConvert(const ShadingNodeSpec& function, const PlacementOptions& options) {
+    PlacedProgram placed = placeFunction(function, options);
+    for (std::size_t i = 0; i < placed.flat.inputs.size(); ++i) {
+        const FlatProgram::Input& input = placed.flat.inputs[i];
+        if (placed.delivered[i] == kConstantFreq &&
+            placed.literalOf[placed.flat.nodes[input.node].firstValue] == kNone) {
+            throw PlacementFailure{kOptionsFault, function.name() + ": the constant input '" + input.name +
+                                                      "' (" + dataTypeName(input.type) +
+                                                      ") needs a value before it is converted"};
+        }
+    }
+    return placed;
+}
 
 ProgramTexts writeProgram(const PlacedProgram& placed, const ShadingNodeSpec& function,
                           const ProgramTarget& target, const PlacementOptions& options,

@@ -5,6 +5,7 @@
 
 #include "conversion/PlacedProgram.h"
 #include "conversion/ProgramBody.h"
+#include "conversion/ProgramBorders.h"
 #include "conversion/ProgramInterface.h"
 #include "conversion/ProgramTarget.h"
 
@@ -30,25 +31,14 @@ struct ProgramTexts {
     ProgramInterface variables;
 };
 
-/// What the programs exchange with the host and with each other: the public description, and what
-/// the two bodies need to know of it.
-struct InterfacePlan {
-    ProgramInterface variables;
-    std::vector<FlatProgram::Index> varyingValues;   ///< by varying
-    std::vector<FlatProgram::Index> attributeValues; ///< by attribute; `kNone` for one that is implied
-    std::vector<FlatProgram::Index> uniformValues;   ///< by uniform
-    std::vector<FlatProgram::Index> hoistedValues;
-    std::vector<FlatProgram::Index> samplerValues;
-    std::vector<FlatProgram::Index> outputValues; ///< by output
-    std::vector<PlacedProgram::Role> outputRoles; ///< the same
-    int impliedPosition = -1; ///< the attribute that is multiplied by the matrix; -1 for none
-    int impliedMatrix = -1;   ///< and the uniform
-};
+/// Places a function. Throws a `PlacementFailure`, also where the value of a constant input is missing.
+PlacedProgram placeToConvert(const ShadingNodeSpec& function, const PlacementOptions& options);
 
-/// Lists what the programs exchange, names it and numbers it. Throws where a limit of the target is
-/// passed and where one map is read as two kinds.
-InterfacePlan planInterface(const PlacedProgram& placed, const ProgramTarget& target,
-                            const PlacementOptions& options, NameTable& names);
+/// Keeps the words of the host's texts from becoming names.
+void reserveWords(NameTable& names, const std::vector<HostSpelling>& hostSpellings);
+
+/// The functions that a body calls, whole lines; empty for none.
+std::string helperTexts(const ProgramBody& body, const ProgramTarget& target);
 
 /// Writes both texts and gives the plan that they follow. Throws an `Exception` for what cannot be written.
 ProgramTexts writeProgram(const PlacedProgram& placed, const ShadingNodeSpec& function,

@@ -269,6 +269,18 @@ constexpr Override kOverrides[] = {
     {Target::kHlsl, {"texCUBE", "tVVV", 0, "$1.SampleGrad($1Sampler, $2, $3, $4)"}},
     {Target::kHlsl, {"texRECT", "tV",   0, "$1.Sample($1Sampler, $2 / qvSize($1))"}},
     {Target::kHlsl, {"texRECT", "tVVV", 0, "$1.SampleGrad($1Sampler, $2 / qvSize($1), $3 / qvSize($1), $4 / qvSize($1))"}},
+
+    {Target::kCg, {"mix", "***", 0, "mix($1, $2, $3)"}},
+    {Target::kCg, {"tex1D", "tf", 0, "$n($*)"}},
+    {Target::kCg, {"tex1D", "tfff", 0, "$n($*)"}},
+    {Target::kCg, {"tex2D", "tV", 0, "$n($*)"}},
+    {Target::kCg, {"tex2D", "tVVV", 0, "$n($*)"}},
+    {Target::kCg, {"tex3D", "tV", 0, "$n($*)"}},
+    {Target::kCg, {"tex3D", "tVVV", 0, "$n($*)"}},
+    {Target::kCg, {"texCUBE", "tV", 0, "$n($*)"}},
+    {Target::kCg, {"texCUBE", "tVVV", 0, "$n($*)"}},
+    {Target::kCg, {"texRECT", "tV", 0, "$n($*)"}},
+    {Target::kCg, {"texRECT", "tVVV", 0, "$n($*)"}},
 };
 
 // What the kinds of texture lookups do with the four floats that they read.
@@ -655,6 +667,12 @@ SpellingTable::SpellingTable(const ProgramTarget& target) {
             continue;
         }
         for (const LookupRow& lookup : kLookups) {
+            if (text.starts_with("$n")) { // a function for each kind of result
+                const std::string prefix = *lookup.prefix ? lookup.prefix : "f4";
+                add(lookup.prefix + std::string(row.name), row.pattern, row.output,
+                    prefix + row.name + text.substr(2));
+                continue;
+            }
             add(std::string(lookup.prefix) + row.name, row.pattern, row.output,
                 lookup.before + text + lookup.after);
         }

@@ -10,6 +10,17 @@ HSLFragmentProgramInstruction::HSLFragmentProgramInstruction(const HSLToken::HSL
     if (op == HSLToken::kNoOperator) {
         return;
     }
+    setOutput(mask);
+    fAssignmentString = HSLToken::hslTokens.operatorString(op);
+}
+
+HSLFragmentProgramInstruction::HSLFragmentProgramInstruction(const FragmentWriteMask& mask,
+                                                             const CString& rightHandSide)
+    : fAssignmentString(rightHandSide), fDeclares(false) {
+    setOutput(mask);
+}
+
+void HSLFragmentProgramInstruction::setOutput(const FragmentWriteMask& mask) {
     const HSLToken& tokens = HSLToken::hslTokens;
     const CString& color = tokens.fragmentOutputName(HSLToken::kColor);
     const CString& depth = tokens.fragmentOutputName(HSLToken::kDepth);
@@ -28,7 +39,6 @@ HSLFragmentProgramInstruction::HSLFragmentProgramInstruction(const HSLToken::HSL
         fLogicalName = HSLProgramText::outputMember(depth);
         break;
     }
-    fAssignmentString = tokens.operatorString(op);
 }
 
 HSLFragmentProgramInstruction::HSLFragmentProgramInstruction(const DataType& type, const CString& name,
@@ -41,10 +51,14 @@ HSLFragmentProgramInstruction::HSLFragmentProgramInstruction(const DataType& typ
     fAssignmentString = HSLToken::hslTokens.operatorString(op);
 }
 
+HSLFragmentProgramInstruction::HSLFragmentProgramInstruction(const DataType& type, const CString& name,
+                                                             const CString& rightHandSide)
+    : fDataType(type), fLogicalName(name), fAssignmentString(rightHandSide) {}
+
 HSLFragmentProgramInstruction::HSLFragmentProgramInstruction() = default;
 
 void HSLFragmentProgramInstruction::buildStringValue() {
-    fStringValue = HSLProgramText::declaration(fDataType, fLogicalName);
+    fStringValue = fDeclares ? HSLProgramText::declaration(fDataType, fLogicalName) : fLogicalName;
     HSLProgramText::appendAssignment(fStringValue, fAssignmentString);
     fStringValue.append(";");
 }

@@ -35,12 +35,20 @@ public:
     HSLFragmentProgramInstruction(const DataType& type, const qvString::CString& name,
                                   const HSLToken::HSLOperator& op);
 
+    /// A write to an output with any expression on the right-hand side, which is written as it
+    /// stands, and without a declaration: "outputConnector.color = ...".
+    HSLFragmentProgramInstruction(const FragmentWriteMask& mask, const qvString::CString& rightHandSide);
+
+    /// A new variable with any expression on the right-hand side.
+    HSLFragmentProgramInstruction(const DataType& type, const qvString::CString& name,
+                                  const qvString::CString& rightHandSide);
+
     /// The name of the variable or output.
     const qvString::CString& logicalName() const { return fLogicalName; }
     /// The right-hand side; empty for none.
     const qvString::CString& assignmentString() const { return fAssignmentString; }
 
-    /// On purpose: writes a declaration for outputs, too.
+    /// On purpose: writes a declaration for outputs with an operator, too.
     void buildStringValue() override;
 
 protected:
@@ -48,9 +56,12 @@ protected:
     HSLFragmentProgramInstruction();
 
 private:
+    void setOutput(const FragmentWriteMask& mask);
+
     DataType fDataType = kInvalidDataType;
     qvString::CString fLogicalName;
     qvString::CString fAssignmentString;
+    bool fDeclares = true;
 };
 
 /// A fragment program: its connector, uniforms, constants and instructions, and the connector from

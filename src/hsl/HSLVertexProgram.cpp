@@ -13,10 +13,27 @@ HSLVertexProgramInstruction::HSLVertexProgramInstruction(const HSLToken::HSLOper
     if (op <= HSLToken::kSmoothStep) {
         fAssignmentString = HSLToken::hslTokens.operatorString(op);
     }
-    if (!connector) {
+    setTarget(name, type);
+}
+
+HSLVertexProgramInstruction::HSLVertexProgramInstruction(const CString& name, const DataType& type,
+                                                         const HSLVtx2FragConnector* connector,
+                                                         const CString& rightHandSide)
+    : fAssignmentString(rightHandSide), fConnector(connector) {
+    const HSLVtx2FragConnectItem& position = HSLVtx2FragConnectItem::fsHPosition;
+    if (connector && !name.isEmpty() && name == position.logicalName()) {
+        fDataType = position.dataType();
+        fLogicalName = HSLProgramText::outputMember(name);
+    } else {
+        setTarget(name, type);
+    }
+}
+
+void HSLVertexProgramInstruction::setTarget(const CString& name, const DataType& type) {
+    if (!fConnector) {
         fDataType = type;
         fLogicalName = name;
-    } else if (const HSLVtx2FragConnectItem* item = connector->findItem(name)) {
+    } else if (const HSLVtx2FragConnectItem* item = fConnector->findItem(name)) {
         fDataType = item->dataType();
         fLogicalName = HSLProgramText::outputMember(name);
     }

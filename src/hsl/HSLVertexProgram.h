@@ -28,6 +28,12 @@ public:
     HSLVertexProgramInstruction(const HSLToken::HSLOperator& op, const qvString::CString& name,
                                 const DataType& type, const HSLVtx2FragConnector* connector);
 
+    /// The same with any expression on the right-hand side, which is written as it stands. With a
+    /// connector the line may also assign its class-wide member, the clip position "HPOS".
+    HSLVertexProgramInstruction(const qvString::CString& name, const DataType& type,
+                                const HSLVtx2FragConnector* connector,
+                                const qvString::CString& rightHandSide);
+
     /// The name of the variable or of the connector's item.
     const qvString::CString& logicalName() const { return fLogicalName; }
     /// The right-hand side; empty for none.
@@ -39,6 +45,8 @@ protected:
     HSLVertexProgramInstruction();
 
 private:
+    void setTarget(const qvString::CString& name, const DataType& type);
+
     DataType fDataType = kInvalidDataType;
     qvString::CString fLogicalName;
     qvString::CString fAssignmentString;
