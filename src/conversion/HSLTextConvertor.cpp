@@ -91,7 +91,7 @@ void HSLTextConvertor::fill() {
 
     NameTable names(ReservedWords::of(target));
     reserveWords(names, work.spellings);
-    work.plan = planInterface(placed, target, fOptions, names);
+    work.plan = planInterface(placed, fFunction->name(), target, fOptions, names);
     refuseWhole(work.plan.variables.uniforms, "uniform");
     refuseWhole(work.plan.variables.hoisted, "uniform");
     refuseWhole(work.plan.variables.varyings, "varying");

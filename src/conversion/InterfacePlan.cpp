@@ -34,9 +34,10 @@ Shape shapeOf(DataType type) {
 /// Collects the description in the order of the function's header.
 class Planner {
 public:
-    Planner(const PlacedProgram& placed, const ProgramTarget& target, const PlacementOptions& options,
-            NameTable& names)
-        : fPlaced(placed), fFlat(placed.flat), fTarget(target), fOptions(options), fNames(names) {}
+    Planner(const PlacedProgram& placed, std::string_view function, const ProgramTarget& target,
+            const PlacementOptions& options, NameTable& names)
+        : fPlaced(placed), fFlat(placed.flat), fFunction(function), fTarget(target), fOptions(options),
+          fNames(names) {}
 
     InterfacePlan plan() {
         fPlan.variables.target = fTarget.name;
@@ -93,10 +94,13 @@ private:
         if (origin && !origin->variableName().empty()) {
             return origin->variableName();
         }
-        if (origin && !origin->originFunction().empty()) {
+        if (origin && !origin->originFunction().empty() && origin->originFunction() != fFunction) {
             return origin->originFunction();
         }
-        return "value";
+        const FlatProgram::Node& node = nodeOf(value);
+        const std::string_view callee =
+            node.kind == FlatProgram::kCall ? fFlat.callees[node.what].spec->name() : std::string_view();
+        return callee.empty() || callee.starts_with("operator") ? "value" : callee;
     }
 
     ProgramVariable& add(List& list, std::vector<Index>& values, Index value, const char* prefix,
@@ -317,6 +321,10 @@ private:
                 variable.inFragment = true;
                 break;
             default:
+                if (output.type >= kMatrix2) {
+                    throw Exception("the output '" + output.name + "' is a " + dataTypeName(output.type) +
+                                    ", which is no colour: give out a float to float4");
+                }
                 variable.name = outputName(fTarget.color, "color");
                 variable.type = kFloat4;
                 variable.location = 0;
@@ -326,6 +334,11 @@ private:
             fPlan.variables.outputs.push_back(std::move(variable));
             fPlan.outputValues.push_back(output.value);
             fPlan.outputRoles.push_back(fPlaced.roles[i]);
+        }
+        if (fPlan.outputRoles.empty()) {
+            throw Exception(
+                "there is nothing to draw: give out a colour ('return' or 'color'), a 'position' or a "
+                "'depth'");
         }
         if (fImplied) {
             fPlan.position = outputName(fTarget.position, "position");
@@ -447,6 +460,7 @@ private:
 
     const PlacedProgram& fPlaced;
     const FlatProgram& fFlat;
+    std::string_view fFunction;
     const ProgramTarget& fTarget;
     const PlacementOptions& fOptions;
     NameTable& fNames;
@@ -459,9 +473,9 @@ private:
 
 } // namespace
 
-InterfacePlan planInterface(const PlacedProgram& placed, const ProgramTarget& target,
-                            const PlacementOptions& options, NameTable& names) {
-    return Planner(placed, target, options, names).plan();
+InterfacePlan planInterface(const PlacedProgram& placed, std::string_view function,
+                            const ProgramTarget& target, const PlacementOptions& options, NameTable& names) {
+    return Planner(placed, function, target, options, names).plan();
 }
 
 } // namespace qvShadingDag

@@ -226,7 +226,7 @@ void ProgramBody::writeCall(const FlatProgram::Node& node, const Spelling& spell
         }
     }
     for (const std::uint16_t helper : spelling.helpers) {
-        useHelper(helper);
+        useHelper(helper, result);
     }
     if (spelling.hostHelper &&
         std::find(fHostHelpers.begin(), fHostHelpers.end(), spelling.hostHelper) == fHostHelpers.end()) {
@@ -304,13 +304,13 @@ void ProgramBody::writeAssignment(Assignment& assignment, const Expression& expr
                            static_cast<std::uint32_t>(fText.size() - start)});
 }
 
-void ProgramBody::useHelper(std::uint16_t helper) {
-    if (fHelpers[helper]) {
-        return;
-    }
-    fHelpers[helper] = true;
-    for (const std::uint16_t other : SpellingTable::of(fTarget).helpers()[helper].helpers) {
-        fHelpers[other] = true; // each calls only what stands above it, and that is counted already
+// A helper for vectors calls the one for scalars, which calls what stands above it.
+void ProgramBody::useHelper(std::uint16_t helper, DataType result) {
+    const HelperFunction& function = SpellingTable::of(fTarget).helpers()[helper];
+    const int width = function.arity == 0 ? 1 : componentCount(result);
+    fHelpers[helper] |= static_cast<std::uint8_t>(1U | 1U << (width - 1));
+    for (const std::uint16_t other : function.helpers) {
+        fHelpers[other] |= 1U;
     }
 }
 

@@ -96,8 +96,9 @@ public:
     /// The text of a value that was provided or written, for what comes behind the statements.
     std::string_view textOf(Index value);
 
-    /// The helpers that the statements call, by position in the table, and the host's texts.
-    const std::vector<bool>& helpers() const { return fHelpers; }
+    /// The helpers that the statements call, by position in the table: bit n for those of n + 1
+    /// components. And the host's texts.
+    const std::vector<std::uint8_t>& helpers() const { return fHelpers; }
     const std::vector<const std::string*>& hostHelpers() const { return fHostHelpers; }
 
 private:
@@ -122,7 +123,7 @@ private:
     void keep(Index node, Index value, Expression expression);
     bool standsAtReader(Index node, const Reads& reads, const Expression& expression);
     void writeAssignment(Assignment& assignment, const Expression& expression, Index node);
-    void useHelper(std::uint16_t helper);
+    void useHelper(std::uint16_t helper, DataType result);
     std::string_view wantedName(const FlatProgram::Node& node) const;
     const Expression& expressionOf(Index value);
     void provideLiteral(Index value);
@@ -144,7 +145,7 @@ private:
     std::vector<Index> fRoots;            // by value: the value that an alias hands on
     std::vector<Assignment> fAssignments;
     std::vector<Statement> fStatements;
-    std::vector<bool> fHelpers;
+    std::vector<std::uint8_t> fHelpers;
     std::vector<const std::string*> fHostHelpers;
     bool fLookup = false; // what is being written holds a lookup
 };

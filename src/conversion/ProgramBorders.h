@@ -32,9 +32,9 @@ struct InterfacePlan {
 };
 
 /// Lists what the programs exchange, names it and numbers it. Throws where a limit of the target is
-/// passed and where one map is read as two kinds.
-InterfacePlan planInterface(const PlacedProgram& placed, const ProgramTarget& target,
-                            const PlacementOptions& options, NameTable& names);
+/// passed, where one map is read as two kinds and where there is nothing to draw.
+InterfacePlan planInterface(const PlacedProgram& placed, std::string_view function,
+                            const ProgramTarget& target, const PlacementOptions& options, NameTable& names);
 
 /// The type of a variable at the border of a program, where a bool is an int.
 DataType carrierType(DataType type);

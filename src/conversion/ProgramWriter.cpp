@@ -284,11 +284,15 @@ struct Frame {
 constexpr Frame kFrames[] = {{declareGlsl, openGlsl}, {declareHlsl, openHlsl}}; // by language
 
 // A helper, and where it is for scalars its overloads for vectors, which call it for each component.
-void appendHelper(std::string& text, const HelperFunction& helper, const ProgramTarget& target) {
+void appendHelper(std::string& text, const HelperFunction& helper, unsigned widths,
+                  const ProgramTarget& target) {
     text += helper.text;
     static constexpr std::string_view kParameters[] = {"a", "b"};
     static constexpr std::string_view kComponents[] = {".x", ".y", ".z", ".w"};
-    for (int width = 2; helper.arity > 0 && width <= 4; ++width) {
+    for (int width = 2; width <= 4; ++width) {
+        if ((widths >> (width - 1) & 1U) == 0) {
+            continue;
+        }
         const std::string_view result = target.typeName(static_cast<DataType>(helper.result + width - 1));
         const std::string_view argument = target.typeName(static_cast<DataType>(helper.argument + width - 1));
         text.append(result).append(" ").append(helper.name).append("(");
@@ -320,7 +324,7 @@ public:
     ProgramTexts write() {
         NameTable names(ReservedWords::of(fTarget));
         reserveWords(names, fHostSpellings);
-        fPlan = planInterface(fPlaced, fTarget, fOptions, names);
+        fPlan = planInterface(fPlaced, fFunction.name(), fTarget, fOptions, names);
         for (const ProgramStage stage : {kVertexProgram, kFragmentProgram}) {
             NameTable stageNames = names;
             ProgramBody body(fPlaced, fTarget, fSpellings, stageNames, fFunction.name());
@@ -386,8 +390,8 @@ std::string helperTexts(const ProgramBody& body, const ProgramTarget& target) {
     std::string text;
     const SpellingTable& table = SpellingTable::of(target);
     for (std::size_t i = 0; i < body.helpers().size(); ++i) {
-        if (body.helpers()[i]) {
-            appendHelper(text, table.helpers()[i], target);
+        if (body.helpers()[i] != 0) {
+            appendHelper(text, table.helpers()[i], body.helpers()[i], target);
         }
     }
     for (const std::string* helper : body.hostHelpers()) {
@@ -403,8 +407,10 @@ PlacedProgram placeToConvert(const ShadingNodeSpec& function, const PlacementOpt
         const FlatProgram::Input& input = placed.flat.inputs[i];
         if (placed.delivered[i] == kConstantFreq &&
             placed.literalOf[placed.flat.nodes[input.node].firstValue] == kNone) {
-            throw PlacementFailure{kOptionsFault, function.name() + ": the constant input '" + input.name +
-                                                      "' (" + dataTypeName(input.type) +
+            const std::string place = placeOf(function);
+            throw PlacementFailure{kOptionsFault, (place.empty() ? "" : place + ": ") + function.name() +
+                                                      ": the constant input '" + input.name + "' (" +
+                                                      dataTypeName(input.type) +
                                                       ") needs a value before it is converted"};
         }
     }

@@ -19,6 +19,8 @@ const char* const kHelp =
                                    the values of the function's outputs
   qvshade place FILE FUNCTION [NAME=VALUE]...
                                    where each node of the expanded graph is computed, and why
+  qvshade convert FILE FUNCTION [NAME=VALUE]...
+                                   a vertex and a fragment program that compute the function
   qvshade render FILE FUNCTION -o OUT.png [NAME=VALUE]...
                                    the function on a shape, as hardware would draw it
 
@@ -28,14 +30,15 @@ stands for the only function of that name, or for the only one of them that is d
 declared. A function that is defined twice with one signature is shown as defined first.
 
 NAME=VALUE sets an input: a number, the components of a vector or, row by row, of a matrix with commas
-between them, true or false; @PICTURE, checker or white for a texture object. place uses only those of
-inputs that are declared constant.
+between them, true or false; @PICTURE, checker or white for a texture object. place and convert use
+only those of inputs that are declared constant.
 
   --types              graph, expand: write the types on the links
   --freqs              graph, expand: write types and frequencies on the links
   -o, --output OUT     graph, expand, place, render: write to a file: text for .dot; .svg and .png are
                        drawn by the program "dot" of Graphviz. Without it the text, or the table
-                       of place, goes to standard output
+                       of place, goes to standard output. convert: OUT.vert and OUT.frag (for
+                       hlsl OUT.vs.hlsl and OUT.ps.hlsl; with --interface OUT.json)
   --pictures           graph: a small picture of its value on every node, on a sphere; with -o
                        OUT.svg, .png or .html, and NAME=VALUE
   --shape sphere, --shape plane, --shape torus
@@ -43,11 +46,15 @@ inputs that are declared constant.
   --size N             render: the picture is N pixels wide and high, 256 without it
   --nodes              eval: first a line for every node: number, operation, values
   --cost               place: what each level costs under both policies, instead of the nodes
-  --input NAME=LEVEL   place, render: the host delivers that input once per draw (uniform) or per vertex
-                       (vertex), within its declared range; may be repeated
+  --target TARGET      convert: glsl330 (the default), es300, vulkan450, hlsl or cg
+  --stage vertex, --stage fragment
+                       convert: the text of that program alone
+  --interface          convert: what the programs ask of their host, as JSON, instead of the texts
+  --input NAME=LEVEL   place, convert, render: the host delivers that input once per draw
+                       (uniform) or per vertex (vertex), within its declared range; may be repeated
   --policy exact, --policy earliest
-                       place, render: per fragment what interpolation would change (the default), or
-                       everything as early as its range allows
+                       place, convert, render: per fragment what interpolation would change (the
+                       default), or everything as early as its range allows
   --optimal, --fast    order: by the distances to the outputs (the default), or the plain order
   -l, --library FILE   read this file first, for functions that the others call; may be repeated
   --format=json        check: one JSON object a line on standard output instead of text
@@ -78,6 +85,7 @@ enum CommandBits : unsigned int {
     kEval = 1U << 6U,
     kPlace = 1U << 7U,
     kRender = 1U << 8U,
+    kConvert = 1U << 9U,
     kAll = ~0U,
 };
 
@@ -101,6 +109,7 @@ constexpr Command kCommands[] = {
     {"stats", kStats, 1, 1, false},
     {"eval", kEval, 2, 2, true},
     {"place", kPlace, 2, 2, true},
+    {"convert", kConvert, 2, 2, true},
     {"render", kRender, 2, 2, true},
 };
 
@@ -193,7 +202,7 @@ struct Option {
 constexpr Option kOptions[] = {
     // name         short  commands                  takes     value                apply
     {"--library", "-l", kAll, kMany, "file name", append<&CommandLine::libraries>},
-    {"--output", "-o", kGraph | kExpand | kPlace | kRender, kOne, "file name",
+    {"--output", "-o", kGraph | kExpand | kPlace | kConvert | kRender, kOne, "file name",
      store<&CommandLine::outputFile>},
     {"--types", "", kGraph | kExpand, kNothing, "", set<&CommandLine::showTypes>},
     {"--freqs", "", kGraph | kExpand, kNothing, "", showFrequencies},
@@ -201,11 +210,14 @@ constexpr Option kOptions[] = {
     {"--fast", "", kOrder, kNothing, "", set<&CommandLine::fast>},
     {"--nodes", "", kEval, kNothing, "", set<&CommandLine::showNodes>},
     {"--cost", "", kPlace, kNothing, "", set<&CommandLine::showCost>},
-    {"--input", "", kPlace | kRender, kMany, "value", deliverInput},
-    {"--policy", "", kPlace | kRender, kOne, "exact|earliest", choosePolicy},
+    {"--input", "", kPlace | kConvert | kRender, kMany, "value", deliverInput},
+    {"--policy", "", kPlace | kConvert | kRender, kOne, "exact|earliest", choosePolicy},
     {"--pictures", "", kGraph, kNothing, "", set<&CommandLine::pictures>},
     {"--shape", "", kRender, kOne, "sphere|plane|torus", store<&CommandLine::shape>},
     {"--size", "", kRender, kOne, "value", storeSize},
+    {"--target", "", kConvert, kOne, "glsl330|es300|vulkan450|hlsl|cg", store<&CommandLine::target>},
+    {"--stage", "", kConvert, kOne, "vertex|fragment", store<&CommandLine::stage>},
+    {"--interface", "", kConvert, kNothing, "", set<&CommandLine::showInterface>},
     {"--format", "", kCheck, kOne, "text|json", chooseFormat},
     {"--werror", "", kCheck, kNothing, "", set<&CommandLine::warningsAreErrors>},
     {"", "-W", kCheck, kMany, "value", switchWarningOff},
@@ -224,6 +236,7 @@ constexpr struct {
     {"--pictures", "--freqs", "'--pictures' shows values, '--freqs' the frequencies of links"},
     {"--cost", "--output", "'--cost' prints a table, '-o' draws a picture"},
     {"--cost", "--policy", "'--cost' shows both policies"},
+    {"--interface", "--stage", "'--interface' is that of both programs"},
 };
 
 const Command& findCommand(const std::string& name) {

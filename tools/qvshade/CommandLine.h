@@ -33,6 +33,11 @@ struct CommandLine {
     bool pictures = false;
     std::optional<unsigned int> size; ///< of a picture, in pixels
     std::optional<std::string> shape; ///< that the picture shows
+
+    // Of those that convert one.
+    std::optional<std::string> target;
+    std::optional<std::string> stage; ///< "vertex" or "fragment"; none for both
+    bool showInterface = false;       ///< instead of the texts
 };
 
 /// Reads the command line; throws a `Failure` when it is not understood.

@@ -1,6 +1,7 @@
 #include "Commands.h"
 
 #include "Check.h"
+#include "Convert.h"
 #include "Evaluate.h"
 #include "Failure.h"
 #include "Functions.h"
@@ -138,6 +139,10 @@ void renderFunction(const CommandLine& line) {
     render(line, *chooseFunction(readInput(line), *line.function));
 }
 
+void convertFunction(const CommandLine& line) {
+    convert(line, *chooseFunction(readInput(line), *line.function));
+}
+
 void help(const CommandLine& /*line*/) {
     print(kHelp);
 }
@@ -150,9 +155,18 @@ constexpr struct {
     const char* name;
     void (*run)(const CommandLine&);
 } kCommands[] = {
-    {"check", check},           {"list", list},   {"graph", graph},       {"expand", expand},
-    {"order", order},           {"stats", stats}, {"eval", eval},         {"place", placeNodes},
-    {"render", renderFunction}, {"--help", help}, {"--version", version},
+    {"check", check},
+    {"list", list},
+    {"graph", graph},
+    {"expand", expand},
+    {"order", order},
+    {"stats", stats},
+    {"eval", eval},
+    {"place", placeNodes},
+    {"render", renderFunction},
+    {"convert", convertFunction},
+    {"--help", help},
+    {"--version", version},
 };
 
 } // namespace
