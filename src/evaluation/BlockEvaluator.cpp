@@ -89,6 +89,19 @@ void BlockEvaluator::planLiteral(const ShadingValue& value) {
     }
 }
 
+template <typename Number>
+void BlockEvaluator::planColumns(const FlatProgram::Input& input,
+                                 const std::vector<std::span<const Number>>& columns, std::size_t points) {
+    for (const auto& column : columns) {
+        if (column.size() < points) {
+            throw inputError("A column of input '" + input.name + "' has " + std::to_string(column.size()) +
+                             " numbers for " + std::to_string(points) + " points");
+        }
+        fWrites.push_back(newColumn(false));
+        fValueColumns.push_back(fWrites.back());
+    }
+}
+
 void BlockEvaluator::planInput(const FlatProgram::Node& node, std::size_t points) {
     const FlatProgram::Input& input = fProgram.inputs[node.what];
     const Given& from = given[node.what];
@@ -98,7 +111,7 @@ void BlockEvaluator::planInput(const FlatProgram::Node& node, std::size_t points
     if (input.type == kTexObj) {
         return;
     }
-    if (from.columns.empty()) {
+    if (from.floats.empty() && from.columns.empty()) {
         planLiteral(from.value.delivered());
         return;
     }
@@ -106,15 +119,9 @@ void BlockEvaluator::planInput(const FlatProgram::Node& node, std::size_t points
     step.kind = kLoad;
     step.what = node.what;
     step.firstWrite = static_cast<Index>(fWrites.size());
-    step.writeCount = static_cast<Index>(from.columns.size());
-    for (const auto& column : from.columns) {
-        if (column.size() < points) {
-            throw inputError("A column of input '" + input.name + "' has " + std::to_string(column.size()) +
-                             " numbers for " + std::to_string(points) + " points");
-        }
-        fWrites.push_back(newColumn(false));
-        fValueColumns.push_back(fWrites.back());
-    }
+    planColumns(input, from.floats, points);
+    planColumns(input, from.columns, points);
+    step.writeCount = static_cast<Index>(fWrites.size()) - step.firstWrite;
     fPerBlock.push_back(step);
 }
 
@@ -327,6 +334,8 @@ void BlockEvaluator::planPlaces() {
             });
         }
     }
+    verifyAlways(blocks.count() <= static_cast<std::size_t>(-1) / (kMaxPoints * sizeof(double)),
+                 "There is no room for so many values at a time");
     fNumbers.assign(numbers.count(), 0);
     fBlocks.assign(static_cast<std::size_t>(blocks.count()) * kMaxPoints, 0);
 }
@@ -432,16 +441,27 @@ void BlockEvaluator::runOnce() {
     }
 }
 
+template <typename Number>
+void BlockEvaluator::loadColumn(DataType type, const Number* from, std::size_t count, double* to) {
+    if (isFloatType(type) || isMatrixType(type)) {
+        std::transform(from, from + count, to,
+                       [](Number x) { return static_cast<double>(static_cast<float>(x)); });
+    } else {
+        std::transform(from, from + count, to, [type](Number x) {
+            return ShadingValue(type, {static_cast<double>(x)}).delivered().c[0];
+        });
+    }
+}
+
 void BlockEvaluator::load(const Step& step, std::size_t start, std::size_t count, std::size_t padded) {
     const DataType type = fProgram.inputs[step.what].type;
+    const Given& from = given[step.what];
     for (Index c = 0; c < step.writeCount; ++c) {
-        const double* from = given[step.what].columns[c].data() + start;
         double* to = fWritePlaces[step.firstWrite + c];
-        if (isFloatType(type) || isMatrixType(type)) {
-            std::transform(from, from + count, to, roundedToFloat);
+        if (from.floats.empty()) {
+            loadColumn(type, from.columns[c].data() + start, count, to);
         } else {
-            std::transform(from, from + count, to,
-                           [type](double x) { return ShadingValue(type, {x}).delivered().c[0]; });
+            loadColumn(type, from.floats[c].data() + start, count, to);
         }
         std::fill(to + count, to + padded, to[count - 1]);
     }
@@ -474,6 +494,10 @@ void BlockEvaluator::evaluate(std::size_t points) {
     fKept.resize(fProgram.valueTypes.size());
     for (const Step& step : fPerBlock) {
         if (step.kind == kStore) {
+            constexpr std::size_t kMost = static_cast<std::size_t>(-1) / sizeof(double);
+            if (points > kMost / std::max<std::size_t>(step.readCount, 1)) {
+                throw inputError("There is no room for " + std::to_string(points) + " points");
+            }
             fKept[step.what].resize(step.readCount * points);
         }
     }

@@ -31,8 +31,9 @@ public:
     /// What an input of the program is.
     struct Given {
         bool isGiven = false;
-        ShadingValue value;                           ///< at all points, unless there are columns
-        std::vector<std::span<const double>> columns; ///< one per component
+        ShadingValue value; ///< at all points, unless there are columns, one per component
+        std::vector<std::span<const float>> floats;
+        std::vector<std::span<const double>> columns;
         Texture texture;
     };
 
@@ -110,6 +111,11 @@ private:
     void runBlock(std::size_t start, std::size_t count, std::size_t points);
     void runCall(const Step& step, std::size_t points);
     void load(const Step& step, std::size_t start, std::size_t count, std::size_t padded);
+    template <typename Number>
+    void planColumns(const FlatProgram::Input& input, const std::vector<std::span<const Number>>& columns,
+                     std::size_t points);
+    template <typename Number>
+    void loadColumn(DataType type, const Number* from, std::size_t count, double* to);
 
     const FlatProgram& fProgram;
     std::vector<Columns> fKept; // by value

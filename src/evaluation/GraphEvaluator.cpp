@@ -184,18 +184,32 @@ void GraphEvaluator::set(const std::string& name, const ShadingValue& value) {
     fEvaluation->set(name, check, given);
 }
 
+namespace {
+
+/// Throws unless there is a column for every component.
+auto columnCheck(const std::string& name, std::size_t columns) {
+    return [&name, columns](const GraphEvaluator::Input& input) {
+        const auto width = static_cast<std::size_t>(componentCount(input.type));
+        if (columns != width || width == 0) {
+            throw Exception(kInputError, "Input '" + name + "' is a " + dataTypeName(input.type) +
+                                             " and takes " + std::to_string(width) + " columns, not " +
+                                             std::to_string(columns));
+        }
+    };
+}
+
+} // namespace
+
+void GraphEvaluator::set(const std::string& name, std::vector<std::span<const float>> columns) {
+    BlockEvaluator::Given given;
+    given.floats = std::move(columns);
+    fEvaluation->set(name, columnCheck(name, given.floats.size()), given);
+}
+
 void GraphEvaluator::set(const std::string& name, std::vector<std::span<const double>> columns) {
     BlockEvaluator::Given given;
     given.columns = std::move(columns);
-    const auto check = [&](const Input& input) {
-        const auto width = static_cast<std::size_t>(componentCount(input.type));
-        if (given.columns.size() != width || width == 0) {
-            throw Exception(kInputError, "Input '" + name + "' is a " + dataTypeName(input.type) +
-                                             " and takes " + std::to_string(width) + " columns, not " +
-                                             std::to_string(given.columns.size()));
-        }
-    };
-    fEvaluation->set(name, check, given);
+    fEvaluation->set(name, columnCheck(name, given.columns.size()), given);
 }
 
 void GraphEvaluator::set(const std::string& name, Texture texture) {

@@ -73,8 +73,11 @@ public:
     /// One value at all points. Throws when there is no such input, and when its type is another.
     void set(const std::string& name, const ShadingValue& value);
     /// A value for each point: one column per component, which must live until the evaluation and
-    /// hold as many numbers as there are points then. Throws when there is no such input, and when
-    /// its type has another number of components.
+    /// hold as many numbers as there are points then. Floats are read faster than doubles, which are
+    /// rounded. Throws when there is no such input, and when its type has another number of
+    /// components.
+    void set(const std::string& name, std::vector<std::span<const float>> columns);
+    /// The same with doubles.
     void set(const std::string& name, std::vector<std::span<const double>> columns);
     /// A map. Throws when there is no such input, and when it is no texture object.
     void set(const std::string& name, Texture texture);

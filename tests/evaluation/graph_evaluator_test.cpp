@@ -143,7 +143,7 @@ TEST_F(Evaluation, DeliversWhatIsGiven) {
         EXPECT_EQ(row.value.delivered().toString(), row.text);
         EXPECT_EQ(row.value.delivered().type, row.value.type);
     }
-    // In columns as in single values.
+    // In columns as in single values, of doubles as of floats.
     GraphEvaluator evaluator(parse("void f(clampu c, int i, bool b, out clampu p, out int q, out bool r)"
                                    "{ p = c; q = i; r = b; }"));
     const Numbers numbers = {-3, 0.1, 7.9};
@@ -151,9 +151,17 @@ TEST_F(Evaluation, DeliversWhatIsGiven) {
         evaluator.set(name, {numbers});
     }
     evaluator.evaluate(3);
-    EXPECT_EQ(columnOf(evaluator, 0), Numbers({0, 0.1F, 1}));
-    EXPECT_EQ(columnOf(evaluator, 1), Numbers({-3, 0, 7}));
-    EXPECT_EQ(columnOf(evaluator, 2), Numbers({1, 1, 1}));
+    const std::vector<float> floats(numbers.begin(), numbers.end());
+    for (const bool fromFloats : {false, true}) {
+        EXPECT_EQ(columnOf(evaluator, 0), Numbers({0, 0.1F, 1})) << fromFloats;
+        EXPECT_EQ(columnOf(evaluator, 1), Numbers({-3, 0, 7})) << fromFloats;
+        EXPECT_EQ(columnOf(evaluator, 2), Numbers({1, 1, 1})) << fromFloats;
+        for (const char* name : {"c", "i", "b"}) {
+            evaluator.set(name, {floats});
+        }
+        evaluator.evaluate(3);
+    }
+    EXPECT_EQ(thrownBy([&] { evaluator.evaluate(4); }), "A column of input 'c' has 3 numbers for 4 points");
 }
 
 TEST_F(Evaluation, RoundsEveryStepToFloatWhereAsked) {
@@ -278,6 +286,10 @@ TEST_F(Evaluation, SaysWhatIsMissingOrWrong) {
     partial.set("a", 1);
     EXPECT_EQ(thrownBy([&] { partial.evaluate(); }), "Output 'q' of f is not connected");
     EXPECT_EQ(thrownBy([&] { partial.output(1); }), "The output is not connected");
+    GraphEvaluator whole(parse("float f(float a) { return a; }"));
+    whole.set("a", 1);
+    EXPECT_EQ(thrownBy([&] { whole.evaluate(std::numeric_limits<std::size_t>::max() / 4); }).substr(0, 21),
+              "There is no room for ");
 }
 
 // A chain and a fan: no recursion, and every value as long as it is needed.

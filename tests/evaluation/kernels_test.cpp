@@ -413,7 +413,8 @@ TEST(Kernels, GiveTheSameInColumnsAsAtOnePoint) {
                 if (sameEverywhere >> i & 1U) {
                     columns.set(input.name, value);
                 } else {
-                    columns.set(input.name, {numbers[i].begin(), numbers[i].end()});
+                    columns.set(input.name,
+                                std::vector<std::span<const double>>(numbers[i].begin(), numbers[i].end()));
                 }
             }
             columns.evaluate(kPoints);
