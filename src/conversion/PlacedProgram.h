@@ -57,14 +57,14 @@ struct PlacedProgram {
         unsigned char lowest = kInvalidFreq;  ///< its range allows no level below …
         unsigned char highest = kInvalidFreq; ///< … and none above
         Reason reason = kNoReason;
-        bool pinned = false;        ///< the clip position or a perVertex needs it at the vertex
-        bool anchored = false;      ///< it is a perVertex itself; then it is pinned, too
-        bool shown = false;         ///< a colour or the depth needs it, not through a perVertex
-        bool hoisted = false;       ///< uniform, and the host can compute it
-        bool lightSpecific = false; ///< it is, or an input that it depends on
+        bool pinned : 1 = false;        ///< the clip position or a perVertex needs it at the vertex
+        bool anchored : 1 = false;      ///< it is a perVertex itself; then it is pinned, too
+        bool shown : 1 = false;         ///< a colour or the depth needs it, not through a perVertex
+        bool split : 1 = false;         ///< one of two nodes that were one: the pinned one, then the free one
+        bool hoisted : 1 = false;       ///< uniform, and the host can compute it
+        bool lightSpecific : 1 = false; ///< it is, or an input that it depends on
         Index decider = kNone;
         Index pinnedFor = kNone; ///< of a pinned node, the perVertex that needs it; none for the position
-        Index twin = kNone;      ///< the other one of two nodes that were one
     };
 
     /// How a value gets into a program that does not compute it; as in `ValueCarrier`.

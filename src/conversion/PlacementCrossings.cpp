@@ -2,6 +2,9 @@
 
 #include "conversion/PlacementPasses.h"
 
+#include <algorithm>
+#include <iterator>
+#include <memory>
 #include <vector>
 
 namespace qvShadingDag {
@@ -18,40 +21,27 @@ constexpr Index kNone = PlacedProgram::kNone;
 
 namespace {
 
-/// What both look at: which values cross, and who reads them. Nodes that neither program needs are
-/// no readers.
+/// What both look at: the nodes at the vertex, and which of their values cross. Nodes that neither
+/// program needs are left out.
 class Crossings {
 public:
     explicit Crossings(PlacedProgram& placed) : fPlaced(placed), fFlat(placed.flat) {}
 
     /// Whether there is anything that could sink.
-    bool find() {
-        bool any = false;
-        for (Index n = 0; n < fFlat.nodes.size() && !any; ++n) {
-            any = maySink(n);
-        }
-        if (any) {
-            findCrossing();
-            listReaders();
-        }
-        return any;
-    }
+    bool find();
 
     bool sink();
     bool choose();
 
 private:
-    Place& place(Index n) const { return fPlaced.places[n]; }
-    bool isNeeded(Index n) const { return place(n).pinned || place(n).shown; }
-    bool isPerVertex(Index value) const { return place(fFlat.valueNode[value]).level == kVertexFreq; }
+    enum State : unsigned char {
+        kElsewhere, ///< not at the vertex
+        kFixed,     ///< at the vertex for good
+        kMaySink,   ///< free, affine, at the vertex by choice
+        kStays,     ///< the same, but it does not sink this time
+    };
 
-    /// Free, affine and per vertex by choice: what rule 5 left at the vertex though its range
-    /// reaches fragment.
-    bool maySink(Index n) const {
-        const Place& p = place(n);
-        return p.level == kVertexFreq && p.highest == kFragmentFreq && p.shown && !p.pinned &&
-               fFlat.nodes[n].kind != FlatProgram::kInput;
-    }
+    State stateOf(Index value) const { return fStates[fFlat.valueNode[value]]; }
 
     template <typename Use>
     void forEachArgument(Index n, const Use& use) const {
@@ -67,123 +57,121 @@ private:
             use(node.firstValue + i);
         }
     }
-    template <typename Use>
-    void forEachReader(Index value, const Use& use) const {
-        for (Index i = fFirstReader[value]; i < fFirstReader[value + 1]; ++i) {
-            use(fReaders[i]);
-        }
-    }
 
-    void findCrossing();
-    void listReaders();
     void moveDown(Index n, PlacedProgram::Reason reason, Index decider);
 
     PlacedProgram& fPlaced;
     FlatProgram& fFlat;
-    std::vector<char> fCrosses;      // by value: it is per vertex and a fragment reads it
-    std::vector<Index> fFirstReader; // by value, into fReaders
-    std::vector<Index> fReaders;     // the nodes that read it, a node for each time
+    std::vector<State> fStates;     // by node
+    std::vector<char> fCrosses;     // by value: it is per vertex and a fragment reads it
+    std::vector<Index> fAtVertex;   // the nodes there, in order
+    std::vector<Index> fCandidates; // those that may sink, in order
 };
 
-void Crossings::findCrossing() {
-    fCrosses.assign(fFlat.valueNode.size(), 0);
+bool Crossings::find() {
+    fStates.assign(fFlat.nodes.size(), kElsewhere);
+    std::vector<Index> fragments;
+    for (std::vector<Index>* list : {&fragments, &fAtVertex, &fCandidates}) {
+        list->reserve(fFlat.nodes.size());
+    }
     for (Index n = 0; n < fFlat.nodes.size(); ++n) {
-        if (place(n).level == kFragmentFreq && isNeeded(n)) {
-            forEachArgument(n, [&](Index value) { fCrosses[value] = isPerVertex(value) ? 1 : 0; });
+        const Place& place = fPlaced.places[n];
+        if (!place.pinned && !place.shown) {
+            continue;
         }
+        if (place.level == kFragmentFreq) {
+            fragments.push_back(n);
+        } else if (place.level == kVertexFreq) {
+            const bool maySink =
+                place.highest == kFragmentFreq && !place.pinned && fFlat.nodes[n].kind != FlatProgram::kInput;
+            fStates[n] = maySink ? kMaySink : kFixed;
+            fAtVertex.push_back(n);
+            if (maySink) {
+                fCandidates.push_back(n);
+            }
+        }
+    }
+    if (fCandidates.empty()) {
+        return false;
+    }
+    fCrosses.assign(fFlat.valueNode.size(), 0);
+    const auto cross = [&](Index value) { fCrosses[value] = stateOf(value) != kElsewhere ? 1 : 0; };
+    for (const Index n : fragments) {
+        forEachArgument(n, cross);
     }
     for (std::size_t i = 0; i < fFlat.outputs.size(); ++i) {
         const PlacedProgram::Role role = fPlaced.roles[i];
         if (role == PlacedProgram::kColor || role == PlacedProgram::kDepth) {
-            fCrosses[fFlat.outputs[i].value] = isPerVertex(fFlat.outputs[i].value) ? 1 : 0;
+            cross(fFlat.outputs[i].value);
         }
     }
-}
-
-void Crossings::listReaders() {
-    // Counted two places further on and summed up, each entry is the start of the run before it;
-    // filling the runs moves it to its end, where the next one starts.
-    fFirstReader.assign(fFlat.valueNode.size() + 2, 0);
-    fReaders.resize(fFlat.arguments.size());
-    for (Index n = 0; n < fFlat.nodes.size(); ++n) {
-        if (isNeeded(n)) {
-            forEachArgument(n, [&](Index value) { ++fFirstReader[value + 2]; });
-        }
-    }
-    for (std::size_t value = 1; value < fFirstReader.size(); ++value) {
-        fFirstReader[value] += fFirstReader[value - 1];
-    }
-    for (Index n = 0; n < fFlat.nodes.size(); ++n) {
-        if (isNeeded(n)) {
-            forEachArgument(n, [&](Index value) { fReaders[fFirstReader[value + 1]++] = n; });
-        }
-    }
+    return true;
 }
 
 void Crossings::moveDown(Index n, PlacedProgram::Reason reason, Index decider) {
-    place(n).level = kFragmentFreq;
-    place(n).reason = reason;
-    place(n).decider = decider;
+    Place& place = fPlaced.places[n];
+    place.level = kFragmentFreq;
+    place.reason = reason;
+    place.decider = decider;
+    fStates[n] = kElsewhere;
     forEachValue(n, [&](Index value) { fCrosses[value] = 0; });
 }
 
-/// Starts from all nodes that may sink and takes back those that cannot: a node stays when one of
-/// its readers does, or one of its arguments that does not cross. Each node and each link is looked
-/// at a constant number of times.
+/// Starts from all nodes that may sink and takes back those that cannot: a node stays when one of its
+/// readers does, or one of its arguments that does not cross. Walks upwards and downwards by turns
+/// until nothing more stays. Surfaces take two or three rounds; what is open after kMaxRounds stays,
+/// so that no graph takes more than linear time.
 bool Crossings::sink() {
-    enum State : char { kIsFixed, kMaySink, kStays };
-    std::vector<State> states(fFlat.nodes.size(), kIsFixed);
-    std::vector<Index> staying; // whose neighbours have to be looked at
+    constexpr int kMaxRounds = 16;
+    std::erase_if(fCandidates, [&](Index n) { return fStates[n] == kElsewhere; });
+    std::erase_if(fAtVertex, [&](Index n) { return fStates[n] == kElsewhere; });
+    for (const Index n : fCandidates) {
+        fStates[n] = kMaySink;
+    }
+    bool changed = true;
     const auto stay = [&](Index n) {
-        if (states[n] == kMaySink) {
-            states[n] = kStays;
-            staying.push_back(n);
+        if (fStates[n] == kMaySink) {
+            fStates[n] = kStays;
+            changed = true;
         }
     };
-    for (Index n = 0; n < fFlat.nodes.size(); ++n) {
-        states[n] = maySink(n) ? kMaySink : kIsFixed;
-    }
-    for (Index n = 0; n < fFlat.nodes.size(); ++n) {
-        const bool fixed = states[n] == kIsFixed;
-        if (place(n).level != kVertexFreq || !isNeeded(n)) {
-            continue;
+    for (int round = 0; changed; ++round) {
+        changed = false;
+        for (auto n = fAtVertex.rbegin(); n != fAtVertex.rend(); ++n) {
+            if (fStates[*n] != kMaySink) {
+                forEachArgument(*n, [&](Index value) { stay(fFlat.valueNode[value]); });
+            }
         }
-        forEachArgument(n, [&](Index value) {
-            const Index argument = fFlat.valueNode[value];
-            if (fixed) {
-                stay(argument);
-            } else if (isPerVertex(value) && !fCrosses[value] && states[argument] == kIsFixed) {
-                stay(n);
-            }
-        });
-    }
-    while (!staying.empty()) {
-        const Index n = staying.back();
-        staying.pop_back();
-        forEachArgument(n, [&](Index value) { stay(fFlat.valueNode[value]); });
-        forEachValue(n, [&](Index value) {
-            if (!fCrosses[value]) {
-                forEachReader(value, stay);
-            }
-        });
-    }
-    bool any = false;
-    for (Index n = 0; n < fFlat.nodes.size(); ++n) {
-        if (states[n] == kMaySink) {
-            Index decider = kNone;
-            commutes(fPlaced, n, decider);
-            // A cone moves from its upper end: an argument that sank before names what it stands on.
+        changed = false;
+        for (const Index n : fCandidates) {
             forEachArgument(n, [&](Index value) {
-                const Index argument = fFlat.valueNode[value];
-                if (decider == kNone && states[argument] == kMaySink) {
-                    decider = place(argument).decider;
+                const State argument = stateOf(value);
+                if (!fCrosses[value] && (argument == kFixed || argument == kStays)) {
+                    stay(n);
                 }
             });
-            moveDown(n, PlacedProgram::kSunk, decider);
-            any = true;
+        }
+        if (changed && round == kMaxRounds) {
+            std::for_each(fCandidates.begin(), fCandidates.end(), stay);
+            changed = false;
         }
     }
-    return any;
+    std::vector<Index> sinking;
+    std::copy_if(fCandidates.begin(), fCandidates.end(), std::back_inserter(sinking),
+                 [&](Index n) { return fStates[n] == kMaySink; });
+    for (const Index n : sinking) {
+        // A cone moves from its upper end: an argument that sank before names what it stands on.
+        Index decider = kNone;
+        commutes(fPlaced, n, decider);
+        forEachArgument(n, [&](Index value) {
+            const Place& argument = fPlaced.places[fFlat.valueNode[value]];
+            if (decider == kNone && argument.reason == PlacedProgram::kSunk) {
+                decider = argument.decider;
+            }
+        });
+        moveDown(n, PlacedProgram::kSunk, decider);
+    }
+    return !sinking.empty();
 }
 
 /// Readers first, each value gathers what it could stand in for: the affine values that cross now and
@@ -194,19 +182,30 @@ bool Crossings::choose() {
     struct Gathered {
         Index components = 0; // that cross, as chosen so far
         Index values = 0;     // that crossed before
+        Index sinksFor = kNone;
         bool otherReaders = false;
         bool chosen = false;
     };
-    std::vector<Gathered> gathered(fFlat.valueNode.size());
-    std::vector<Index> standsOn(fFlat.nodes.size(), kNone); // the only value that the node waits for
+    std::erase_if(fAtVertex, [&](Index n) { return fStates[n] == kElsewhere; });
+    // Where the values of a node at the vertex start; nothing is written for the others.
+    const auto slots = std::make_unique_for_overwrite<Index[]>(fFlat.nodes.size());
+    Index count = 0;
+    for (const Index n : fAtVertex) {
+        slots[n] = count;
+        count += fFlat.nodes[n].valueCount;
+    }
+    std::vector<Gathered> gathered(count);
+    const auto slotOf = [&](Index value) {
+        const Index n = fFlat.valueNode[value];
+        return slots[n] + (value - fFlat.nodes[n].firstValue);
+    };
+    std::vector<Index> standsOn(fAtVertex.size(), kNone); // the only value that the node waits for
     bool any = false;
-    for (auto n = static_cast<Index>(fFlat.nodes.size()); n-- > 0;) {
-        if (place(n).level != kVertexFreq || !isNeeded(n)) {
-            continue;
-        }
+    for (std::size_t at = fAtVertex.size(); at-- > 0;) {
+        const Index n = fAtVertex[at];
         Gathered sum;
         forEachValue(n, [&](Index value) {
-            Gathered& own = gathered[value];
+            Gathered& own = gathered[slotOf(value)];
             const auto components = static_cast<Index>(componentCount(fFlat.valueTypes[value]));
             if (fCrosses[value]) {
                 own.components = components;
@@ -220,38 +219,43 @@ bool Crossings::choose() {
             sum.values += own.values;
             sum.otherReaders = sum.otherReaders || own.otherReaders;
         });
+        Index only = kNone;
         bool several = false;
         forEachArgument(n, [&](Index value) {
-            if (isPerVertex(value) && !fCrosses[value]) {
-                several = several || (standsOn[n] != kNone && standsOn[n] != value);
-                standsOn[n] = value;
+            if (stateOf(value) != kElsewhere && !fCrosses[value]) {
+                several = several || (only != kNone && only != value);
+                only = value;
             }
         });
-        if (!maySink(n) || sum.values == 0 || sum.otherReaders || several) {
-            standsOn[n] = kNone;
-        }
+        const bool waits =
+            fStates[n] != kFixed && sum.values > 0 && !sum.otherReaders && !several && only != kNone;
+        standsOn[at] = waits ? only : kNone;
         forEachArgument(n, [&](Index value) {
-            gathered[value].otherReaders = gathered[value].otherReaders || value != standsOn[n];
+            if (stateOf(value) != kElsewhere && value != standsOn[at]) {
+                gathered[slotOf(value)].otherReaders = true;
+            }
         });
-        if (standsOn[n] != kNone) {
-            gathered[standsOn[n]].components += sum.components;
-            gathered[standsOn[n]].values += sum.values;
+        if (waits) {
+            gathered[slotOf(only)].components += sum.components;
+            gathered[slotOf(only)].values += sum.values;
         }
     }
     // From the top: what stands on a chosen value sinks, and takes back what was chosen on the way.
-    std::vector<Index> sinksFor(any ? fFlat.nodes.size() : 0, kNone);
-    for (Index n = 0; any && n < fFlat.nodes.size(); ++n) {
-        if (standsOn[n] != kNone) {
-            const Index above = fFlat.valueNode[standsOn[n]];
-            sinksFor[n] = sinksFor[above] != kNone       ? sinksFor[above]
-                          : gathered[standsOn[n]].chosen ? above
-                                                         : kNone;
+    for (std::size_t at = 0; any && at < fAtVertex.size(); ++at) {
+        const Index n = fAtVertex[at];
+        Index sinksFor = kNone;
+        if (standsOn[at] != kNone) {
+            const Gathered& above = gathered[slotOf(standsOn[at])];
+            const Index chosen = above.chosen ? fFlat.valueNode[standsOn[at]] : kNone;
+            sinksFor = above.sinksFor != kNone ? above.sinksFor : chosen;
         }
-        if (sinksFor[n] != kNone) {
-            moveDown(n, PlacedProgram::kSunkForFewer, sinksFor[n]);
-        } else {
-            forEachValue(
-                n, [&](Index value) { fCrosses[value] = fCrosses[value] || gathered[value].chosen ? 1 : 0; });
+        forEachValue(n, [&](Index value) {
+            Gathered& own = gathered[slotOf(value)];
+            own.sinksFor = sinksFor;
+            fCrosses[value] = fCrosses[value] || own.chosen ? 1 : 0;
+        });
+        if (sinksFor != kNone) {
+            moveDown(n, PlacedProgram::kSunkForFewer, sinksFor);
         }
     }
     return any;

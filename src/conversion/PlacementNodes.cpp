@@ -56,29 +56,33 @@ std::vector<char> perVertexCallees(const FlatProgram& flat) {
 } // namespace
 
 void markNeeds(PlacedProgram& placed) {
+    enum Need : unsigned char { kShown = 1, kPinned = 2 };
     const FlatProgram& flat = placed.flat;
+    std::vector<unsigned char> needs(flat.nodes.size(), 0);
     for (std::size_t i = 0; i < flat.outputs.size(); ++i) {
         if (placed.roles[i] != PlacedProgram::kDropped) {
-            Place& place = placed.places[flat.valueNode[flat.outputs[i].value]];
-            (placed.roles[i] == PlacedProgram::kPosition ? place.pinned : place.shown) = true;
+            const bool position = placed.roles[i] == PlacedProgram::kPosition;
+            needs[flat.valueNode[flat.outputs[i].value]] |= position ? kPinned : kShown;
         }
     }
     const std::vector<char> isPerVertex = perVertexCallees(flat);
-    for (Index n = static_cast<Index>(flat.nodes.size()); n-- > 0;) {
+    for (auto n = static_cast<Index>(flat.nodes.size()); n-- > 0;) {
         const FlatProgram::Node& node = flat.nodes[n];
         Place& place = placed.places[n];
         place.anchored = node.kind == FlatProgram::kCall && isPerVertex[node.what];
+        place.shown = (needs[n] & kShown) != 0;
+        place.pinned = place.anchored || (needs[n] & kPinned) != 0;
+        const unsigned char need = place.anchored ? static_cast<unsigned char>(kPinned) : needs[n];
         for (Index i = 0; i < node.argumentCount; ++i) {
-            Place& argument = placed.places[flat.valueNode[flat.arguments[node.firstArgument + i]]];
-            if (place.pinned || place.anchored) {
+            const Index argument = flat.valueNode[flat.arguments[node.firstArgument + i]];
+            if ((need & kPinned) != 0) {
                 // The position comes before a perVertex, as what is named to the reader.
-                const Index pinnedFor = place.anchored ? n : place.pinnedFor;
-                argument.pinnedFor = argument.pinned && argument.pinnedFor == kNone ? kNone : pinnedFor;
-                argument.pinned = true;
+                Index& pinnedFor = placed.places[argument].pinnedFor;
+                const bool forPosition = (needs[argument] & kPinned) != 0 && pinnedFor == kNone;
+                pinnedFor = forPosition ? kNone : place.anchored ? n : place.pinnedFor;
             }
-            argument.shown = argument.shown || (place.shown && !place.anchored);
+            needs[argument] |= need;
         }
-        place.pinned = place.pinned || place.anchored;
     }
 }
 
@@ -388,10 +392,10 @@ private:
         first.shown = false;
         first.reason = PlacedProgram::kPinned;
         first.decider = first.pinnedFor;
-        first.twin = free;
+        first.split = true;
         second.pinned = false;
         second.pinnedFor = kNone;
-        second.twin = pinned;
+        second.split = true;
     }
 
     PlacedProgram fOld;

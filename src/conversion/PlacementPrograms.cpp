@@ -133,6 +133,9 @@ void assignPrograms(PlacedProgram& placed) {
     const FlatProgram& flat = placed.flat;
     std::vector<unsigned char> readers(flat.valueNode.size(), 0); // by value
     placed.delivered.assign(flat.inputs.size(), kInvalidFreq);
+    for (std::vector<Index>* list : {&placed.hostNodes, &placed.vertexNodes, &placed.fragmentNodes}) {
+        list->reserve(flat.nodes.size());
+    }
     for (std::size_t i = 0; i < flat.outputs.size(); ++i) {
         if (placed.roles[i] != PlacedProgram::kDropped) {
             const bool position = placed.roles[i] == PlacedProgram::kPosition;

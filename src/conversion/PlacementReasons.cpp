@@ -101,7 +101,7 @@ std::string placeOf(const ShadingNode& node) {
 
 std::string placementReason(const PlacedProgram& placed, Index node) {
     const bool isInput = placed.flat.nodes[node].kind == FlatProgram::kInput;
-    const bool isSplit = placed.places[node].twin != PlacedProgram::kNone;
+    const bool isSplit = placed.places[node].split;
     return (isSplit ? "split: " : "") + (isInput ? reasonOfInput(placed, node) : reasonOfNode(placed, node));
 }
 
