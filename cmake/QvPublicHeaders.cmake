@@ -10,7 +10,7 @@ macro(qv_add_public_headers folder)
 endmacro()
 
 qv_add_public_headers(base Export.h Points.h Vectors.h AffineMatrix.h ProjMatrix.h qvLinear.h CString.h
-                      TumbleView.h)
+                      NearWords.h TumbleView.h)
 qv_add_public_headers(
   core
   qvSharedObject.h

@@ -1,6 +1,7 @@
 #include "shadingdag/FunctionTable.h"
 
-#include <algorithm>
+#include "base/NearWords.h"
+
 #include <utility>
 
 namespace qvShadingDag {
@@ -65,49 +66,17 @@ const CheckedFunction* FunctionTable::findDefinition(const std::string& name,
 }
 
 std::vector<const CheckedFunction*> FunctionTable::nearest(const std::string& name, std::size_t most) const {
-    const std::size_t limit = typingErrors(name) + 1;
-    std::vector<std::pair<std::size_t, const CheckedFunction*>> found;
+    std::vector<std::string_view> names;
     for (const CheckedFunction& function : fFunctions) {
         if (fByName.at(function.name).front() == &function) {
-            const std::size_t distance = editDistance(name, function.name, limit);
-            if (distance < limit) {
-                found.emplace_back(distance, &function);
-            }
+            names.push_back(function.name);
         }
     }
-    std::stable_sort(found.begin(), found.end(),
-                     [](const auto& a, const auto& b) { return a.first < b.first; });
     std::vector<const CheckedFunction*> result;
-    for (std::size_t i = 0; i < std::min(most, found.size()); ++i) {
-        result.push_back(found[i].second);
+    for (const std::string& found : qvString::nearWords(name, names, most)) {
+        result.push_back(fByName.at(found).front());
     }
     return result;
-}
-
-// The optimal string alignment distance, row by row: Damerau, 1964, and Wagner and Fischer, 1974.
-std::size_t editDistance(const std::string& a, const std::string& b, std::size_t limit) {
-    if (std::max(a.size(), b.size()) - std::min(a.size(), b.size()) >= limit) {
-        return limit;
-    }
-    std::vector<std::size_t> beforeLast;
-    std::vector<std::size_t> last(b.size() + 1);
-    for (std::size_t j = 0; j <= b.size(); ++j) {
-        last[j] = j;
-    }
-    std::vector<std::size_t> row(b.size() + 1);
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        row[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const bool same = a[i - 1] == b[j - 1];
-            row[j] = std::min({last[j] + 1, row[j - 1] + 1, last[j - 1] + (same ? 0 : 1)});
-            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
-                row[j] = std::min(row[j], beforeLast[j - 2] + 1);
-            }
-        }
-        beforeLast = std::move(last);
-        last = row;
-    }
-    return std::min(last[b.size()], limit);
 }
 
 } // namespace qvShadingDag

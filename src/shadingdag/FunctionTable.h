@@ -82,13 +82,4 @@ private:
     std::unordered_set<std::string> fGivenUp;
 };
 
-/// The number of letters to add, to remove or to change, and of neighbours to swap, that makes one
-/// word of the other; `limit` when it is not below.
-std::size_t editDistance(const std::string& a, const std::string& b, std::size_t limit);
-
-/// How many changes still leave a word recognisable.
-inline std::size_t typingErrors(const std::string& word) {
-    return word.size() < 5 ? 1 : word.size() < 9 ? 2 : 3;
-}
-
 } // namespace qvShadingDag

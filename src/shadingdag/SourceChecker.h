@@ -115,6 +115,7 @@ private:
     void declare(std::size_t name, Value value);
     void assign(const std::string& name, const Value& value, Extent extent);
     Variables* findVariables(const std::string& name);
+    std::string nearestVariable(const std::string& name) const;
     Value useVariable(std::size_t name);
     void checkReadable(Value& value);
 

@@ -1,5 +1,7 @@
 #include "shadingdag/SourceChecker.h"
 
+#include "base/NearWords.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -369,21 +371,26 @@ void SourceChecker::assign(const std::string& name, const Value& value, Extent e
     variables->front().value.state = Value::kComputed;
 }
 
+/// The variable whose name looks most like `name`, the first of several by their letters; empty
+/// when none does.
+std::string SourceChecker::nearestVariable(const std::string& name) const {
+    std::vector<std::string_view> names;
+    for (const auto& [other, entries] : fVariables) {
+        if (other != "output") {
+            names.push_back(other);
+        }
+    }
+    std::sort(names.begin(), names.end());
+    const std::vector<std::string> nearest = qvString::nearWords(name, names, 1);
+    return nearest.empty() ? "" : nearest.front();
+}
+
 SourceChecker::Value SourceChecker::useVariable(std::size_t place) {
     const std::string name = fSource.textOf(fTokens[place]);
     Variables* variables = findVariables(name);
     if (!variables) {
         std::string message = "no variable is called " + quote(name);
-        std::string nearest;
-        std::size_t least = typingErrors(name) + 1;
-        for (const auto& [other, entries] : fVariables) {
-            const std::size_t distance = editDistance(name, other, least + 1);
-            if (other != "output" &&
-                (distance < least || (distance == least && !nearest.empty() && other < nearest))) {
-                least = distance;
-                nearest = other;
-            }
-        }
+        const std::string nearest = nearestVariable(name);
         if (name == "true" || name == "false") {
             message = "there are no literals of bool: write a comparison, as 0 < 1";
         } else if (fFunctions.named(name)) {

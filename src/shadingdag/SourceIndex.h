@@ -14,7 +14,7 @@ namespace qvShadingDag {
 unsigned int codePointLength(std::string_view text);
 
 /// The text with the replacement character U+FFFD for every byte that is no valid UTF-8.
-std::string validUtf8(std::string_view text);
+QV_EXPORT std::string validUtf8(std::string_view text);
 
 /// Tells lines and columns of a source as an editor counts them.
 ///

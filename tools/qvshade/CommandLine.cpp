@@ -10,10 +10,13 @@ const char* const kHelp =
     R"help(Reads files of shading functions and shows what is in them.
 
   qvshade check FILE...            all that is wrong in the files, read one behind the other
-  qvshade list FILE [FUNCTION]     signatures, kind, nodes and links of the functions
+  qvshade list FILE [FUNCTION]     signatures, kind, nodes and links of the functions; FUNCTION may
+                                   also be a pattern ("lam*") or a part of a name
   qvshade graph FILE FUNCTION      the function's graph
   qvshade expand FILE FUNCTION     the graph after all calls of defined functions are expanded
   qvshade order FILE FUNCTION      the order in which the graph's nodes can be computed
+                                   (distance: links to the nearest output; level: links from the
+                                   farthest node without arguments; sources: the arguments' nodes)
   qvshade stats FILE               sizes and frequencies of all graphs, before and after expansion
   qvshade eval FILE FUNCTION [NAME=VALUE]...
                                    the values of the function's outputs
@@ -35,8 +38,8 @@ only those of inputs that are declared constant.
 
   --types              graph, expand: write the types on the links
   --freqs              graph, expand: write types and frequencies on the links
-  -o, --output OUT     graph, expand, place, render: write to a file: text for .dot; .svg and .png are
-                       drawn by the program "dot" of Graphviz. Without it the text, or the table
+  -o, --output OUT     graph, expand, place, render: write to a file: text for .dot; .svg, .png and .pdf
+                       are drawn by the program "dot" of Graphviz. Without it the text, or the table
                        of place, goes to standard output. convert: OUT.vert and OUT.frag (for
                        hlsl OUT.vs.hlsl and OUT.ps.hlsl; with --interface OUT.json)
   --pictures           graph: a small picture of its value on every node, on a sphere; with -o
@@ -56,6 +59,9 @@ only those of inputs that are declared constant.
                        place, convert, render: per fragment what interpolation would change (the
                        default), or everything as early as its range allows
   --optimal, --fast    order: by the distances to the outputs (the default), or the plain order
+  --expanded           order: of the graph after all calls of defined functions are expanded
+  --json               list, order, stats, place: the table as a JSON array of objects;
+                       check: as --format=json
   -l, --library FILE   read this file first, for functions that the others call; may be repeated
   --format=json        check: one JSON object a line on standard output instead of text
   --werror             check: a warning gives the status of an error, too
@@ -208,6 +214,8 @@ constexpr Option kOptions[] = {
     {"--freqs", "", kGraph | kExpand, kNothing, "", showFrequencies},
     {"--optimal", "", kOrder, kNothing, "", set<&CommandLine::fast, false>},
     {"--fast", "", kOrder, kNothing, "", set<&CommandLine::fast>},
+    {"--expanded", "", kOrder, kNothing, "", set<&CommandLine::expanded>},
+    {"--json", "", kCheck | kList | kOrder | kStats | kPlace, kNothing, "", set<&CommandLine::json>},
     {"--nodes", "", kEval, kNothing, "", set<&CommandLine::showNodes>},
     {"--cost", "", kPlace, kNothing, "", set<&CommandLine::showCost>},
     {"--input", "", kPlace | kConvert | kRender, kMany, "value", deliverInput},
@@ -235,6 +243,8 @@ constexpr struct {
     {"--pictures", "--types", "'--pictures' shows values, '--types' the types of links"},
     {"--pictures", "--freqs", "'--pictures' shows values, '--freqs' the frequencies of links"},
     {"--cost", "--output", "'--cost' prints a table, '-o' draws a picture"},
+    {"--json", "--output", "'--json' prints a table, '-o' draws a picture"},
+    {"--json", "--format", "'--json' is '--format=json'"},
     {"--cost", "--policy", "'--cost' shows both policies"},
     {"--interface", "--stage", "'--interface' is that of both programs"},
 };

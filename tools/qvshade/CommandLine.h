@@ -14,10 +14,11 @@ struct CommandLine {
     std::optional<std::string> outputFile; ///< none for standard output
     bool showTypes = false;
     bool showCompFreqs = false;
-    bool fast = false; ///< the plain order instead of the one that distances steer
+    bool fast = false;     ///< the plain order instead of the one that distances steer
+    bool expanded = false; ///< the order after expansion
+    bool json = false;     ///< tables and diagnostics as JSON instead of text
 
     // Of check.
-    bool json = false;               ///< one JSON object a line instead of text
     bool warningsAreErrors = false;  ///< a warning, too, gives the status of an error
     bool readsStandardInput = false; ///< the only file is a name for what standard input gives
     std::optional<std::string> standardInputName;

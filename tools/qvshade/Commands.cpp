@@ -36,15 +36,14 @@ std::string kindOf(const ShadingNodeSpec& spec) {
 void list(const CommandLine& line) {
     Functions functions = readInput(line);
     if (line.function) {
-        functions = matchingFunctions(functions, *line.function);
+        functions = listedFunctions(functions, *line.function);
     }
     // The signatures last: the longest would push every other column off the screen.
     Table table = {{"kind", "nodes", "links", "function"}};
     for (const ShadingNodeSpec* spec : functions) {
-        table.push_back(
-            {kindOf(*spec), std::to_string(numNodes(*spec)), std::to_string(numLinks(*spec)), header(*spec)});
+        table.push_back({kindOf(*spec), numNodes(*spec), numLinks(*spec), header(*spec)});
     }
-    printTable(table);
+    printTable(table, line.json);
 }
 
 void show(const CommandLine& line, ShadingNodeSpec& spec) {
@@ -56,8 +55,18 @@ void show(const CommandLine& line, ShadingNodeSpec& spec) {
     }
 }
 
-void graph(const CommandLine& line) {
+/// The function to draw; a primitive cannot be drawn.
+ShadingNodeSpec* functionWithGraph(const CommandLine& line) {
     ShadingNodeSpec* spec = chooseFunction(readInput(line), *line.function);
+    if (spec->nodeType() != kFunctionNode) {
+        throw failure(kBadFunction,
+                      signature(*spec) + " is declared without a body: a primitive has no graph");
+    }
+    return spec;
+}
+
+void graph(const CommandLine& line) {
+    ShadingNodeSpec* spec = functionWithGraph(line);
     if (line.pictures) {
         drawPictures(line, *spec);
     } else {
@@ -66,13 +75,38 @@ void graph(const CommandLine& line) {
 }
 
 void expand(const CommandLine& line) {
-    ShadingNodeSpec* spec = chooseFunction(readInput(line), *line.function);
+    ShadingNodeSpec* spec = functionWithGraph(line);
     spec->expandFunctionCalls();
     show(line, *spec);
 }
 
+/// The numbers of the nodes that a node takes its arguments from, in the order of the arguments.
+std::vector<int> sourcesOf(const ShadingNode& node) {
+    std::vector<int> numbers;
+    const auto add = [&](const std::string* argument) {
+        for (const ShadingLink* link : node.incomingLinks()) {
+            if (!argument || link->destAttrName() == *argument) {
+                numbers.push_back(static_cast<int>(link->sourceNode()->number()));
+            }
+        }
+    };
+    if (!node.isCall()) {
+        add(nullptr);
+        return numbers;
+    }
+    ShadingNodeSpec::AttributeIterator input;
+    ShadingNodeSpec::AttributeIterator last;
+    for (node.specPtr()->inputs(input, last); input != last; ++input) {
+        add(&input->name());
+    }
+    return numbers;
+}
+
 void order(const CommandLine& line) {
-    const ShadingNodeSpec* spec = chooseFunction(readInput(line), *line.function);
+    ShadingNodeSpec* spec = chooseFunction(readInput(line), *line.function);
+    if (line.expanded) {
+        spec->expandFunctionCalls();
+    }
     const std::map<ShadingNode*, unsigned int> distances = distancesToOutputs(*spec);
     std::list<ShadingNode*> nodes;
     if (line.fast) {
@@ -81,24 +115,29 @@ void order(const CommandLine& line) {
         std::map<ShadingNode*, unsigned int> steering = distances;
         spec->optimalTopoSort(steering, &nodes);
     }
-    Table table = {{"position", "node", "computes", "frequency", "distance"}};
+    const std::map<const ShadingNode*, int> levels = levelsOf(nodes);
+    Table table = {
+        {"position", "node", "computes", "frequency", "distance", "level", "sources", "line", "variable"}};
     for (ShadingNode* node : nodes) {
         const auto distance = distances.find(node);
-        table.push_back({std::to_string(table.size()), std::to_string(node->number()), meaning(*node),
-                         frequencies(*node),
-                         distance == distances.end() ? "none" : std::to_string(distance->second)});
+        table.push_back(
+            {static_cast<int>(table.size()), static_cast<int>(node->number()), meaning(*node),
+             frequencies(*node),
+             distance == distances.end() ? Cell::none("none") : Cell(static_cast<int>(distance->second)),
+             levels.at(node), sourcesOf(*node),
+             lineOf(node->sourceFile(), node->sourceLocation(), line.files.front()), node->variableName()});
     }
-    printTable(table);
+    printTable(table, line.json);
 }
 
-std::vector<std::string> statsRow(const ShadingNodeSpec& spec, const std::string& graph) {
+std::vector<Cell> statsRow(const ShadingNodeSpec& spec, const std::string& graph) {
     const Measures measures = measure(spec);
-    std::vector<std::string> row = {signature(spec), graph};
+    std::vector<Cell> row = {signature(spec), graph};
     for (const int number : {measures.nodes, measures.links, measures.depth}) {
-        row.push_back(std::to_string(number));
+        row.emplace_back(number);
     }
     for (unsigned int level = kConstantFreq; level <= kFragmentFreq; ++level) {
-        row.push_back(std::to_string(measures.callsAt[level]));
+        row.emplace_back(measures.callsAt[level]);
     }
     return row;
 }
@@ -120,7 +159,7 @@ void stats(const CommandLine& line) {
                 failure(kBadFunction, signature(*spec) + " cannot be expanded: " + error.message).message;
         }
     }
-    printTable(table);
+    printTable(table, line.json);
     if (!errors.empty()) {
         throw Failure{kBadFunction, errors};
     }

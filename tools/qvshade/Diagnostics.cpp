@@ -101,20 +101,3 @@ bool hasError(const std::vector<Diagnostic>& diagnostics) {
         return diagnostic.severity == Diagnostic::kError;
     });
 }
-
-std::string jsonString(const std::string& text) {
-    std::string result = "\"";
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\') {
-            result += std::string("\\") + c;
-        } else if (byte < 0x20) {
-            char escape[8];
-            std::snprintf(escape, sizeof escape, "\\u%04x", byte);
-            result += escape;
-        } else {
-            result += c;
-        }
-    }
-    return result + "\"";
-}

@@ -15,6 +15,3 @@ std::string diagnosticsText(const std::vector<qvShadingDag::Diagnostic>& diagnos
 
 /// Whether there is an error among them.
 bool hasError(const std::vector<qvShadingDag::Diagnostic>& diagnostics);
-
-/// `text` as a JSON string, quotes included.
-std::string jsonString(const std::string& text);

@@ -3,12 +3,14 @@
 #include "Diagnostics.h"
 #include "Failure.h"
 
+#include "base/NearWords.h"
 #include "shadingdag/ShadingChecker.h"
 #include "shadingdag/ShadingParser.h"
 
 #include <algorithm>
 #include <iterator>
 #include <set>
+#include <string_view>
 
 using namespace qvShadingDag;
 
@@ -45,9 +47,77 @@ std::string declaration(const ShadingAttribute& attribute) {
     return (range == CompFreqRange() ? "" : range.toString() + " ") + dataTypeName(attribute.dataType());
 }
 
+template <typename Condition>
+Functions select(const Functions& functions, const Condition& condition) {
+    Functions result;
+    std::copy_if(functions.begin(), functions.end(), std::back_inserter(result),
+                 [&](const ShadingNodeSpec* spec) { return condition(*spec); });
+    return result;
+}
+
 std::string withoutBlanks(std::string text) {
     std::erase(text, ' ');
     return text;
+}
+
+/// The functions that have the name or the signature.
+Functions exactlyNamed(const Functions& functions, const std::string& wanted) {
+    const std::string compact = withoutBlanks(wanted);
+    return select(functions, [&](const ShadingNodeSpec& spec) {
+        return spec.name() == wanted || signature(spec) == compact;
+    });
+}
+
+/// Whether the pattern stands for all of the text: "*" for any letters, "?" for any one letter.
+bool fitsPattern(const std::string& text, const std::string& pattern) {
+    std::size_t at = 0;
+    std::size_t star = std::string::npos; // the last one; what follows it is tried ever farther behind
+    std::size_t behindStar = 0;
+    for (std::size_t i = 0; i < text.size();) {
+        if (at < pattern.size() && (pattern[at] == '*')) {
+            star = at++;
+            behindStar = i;
+        } else if (at < pattern.size() && (pattern[at] == '?' || pattern[at] == text[i])) {
+            ++at;
+            ++i;
+        } else if (star != std::string::npos) {
+            at = star + 1;
+            i = ++behindStar;
+        } else {
+            return false;
+        }
+    }
+    return pattern.find_first_not_of('*', at) == std::string::npos;
+}
+
+constexpr std::size_t kMostSuggestions = 10;
+
+/// "; there are NAME(TYPES), ..." for a name that other signatures have, "; did you mean NAME, ...?"
+/// for one that looks like others; empty without either.
+std::string suggestions(const Functions& functions, const std::string& wanted) {
+    const std::string name = withoutBlanks(wanted.substr(0, wanted.find('(')));
+    std::string text;
+    std::size_t count = 0;
+    for (const ShadingNodeSpec* spec : exactlyNamed(functions, name)) {
+        if (count++ < kMostSuggestions) {
+            text += (text.empty() ? "; there are " : ", ") + signature(*spec);
+        }
+    }
+    if (count > 0) {
+        return text + (count > kMostSuggestions
+                           ? " and " + std::to_string(count - kMostSuggestions) + " others"
+                           : "");
+    }
+    std::vector<std::string_view> names;
+    for (const ShadingNodeSpec* spec : functions) {
+        if (names.empty() || names.back() != spec->name()) { // overloads stand side by side
+            names.push_back(spec->name());
+        }
+    }
+    for (const std::string& other : qvString::nearWords(name, names, kMostSuggestions)) {
+        text += (text.empty() ? "; did you mean " : ", ") + other;
+    }
+    return text + (text.empty() ? "" : "?");
 }
 
 bool isDefined(const ShadingNodeSpec* spec) {
@@ -83,14 +153,21 @@ Functions readFile(const std::string& file) {
     return added;
 }
 
+Functions listedFunctions(const Functions& functions, const std::string& wanted) {
+    Functions found = exactlyNamed(functions, wanted);
+    if (found.empty() && !wanted.empty()) {
+        const bool pattern = wanted.find_first_of("*?") != std::string::npos;
+        found = select(functions, [&](const ShadingNodeSpec& spec) {
+            return pattern ? fitsPattern(spec.name(), wanted) : spec.name().find(wanted) != std::string::npos;
+        });
+    }
+    return found.empty() ? matchingFunctions(functions, wanted) : found;
+}
+
 Functions matchingFunctions(const Functions& functions, const std::string& wanted) {
-    const std::string compact = withoutBlanks(wanted);
-    Functions result;
-    std::copy_if(
-        functions.begin(), functions.end(), std::back_inserter(result),
-        [&](const ShadingNodeSpec* spec) { return spec->name() == wanted || signature(*spec) == compact; });
+    Functions result = exactlyNamed(functions, wanted);
     if (result.empty()) {
-        throw failure(kBadFunction, "no function '" + wanted + "'");
+        throw failure(kBadFunction, "no function '" + wanted + "'" + suggestions(functions, wanted));
     }
     return result;
 }

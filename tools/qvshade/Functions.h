@@ -16,8 +16,12 @@ Functions readFile(const std::string& file);
 /// read as a file of the name `file`.
 Functions addToLibrary(const std::string& file, const std::string* text = nullptr);
 
+/// The functions among `functions` that `wanted` stands for: a name or a signature, else a pattern of
+/// a name ("lam*") or a part of one. Throws a `Failure` that suggests others when there are none.
+Functions listedFunctions(const Functions& functions, const std::string& wanted);
+
 /// The functions among `functions` that `wanted`, a name or a signature, stands for; throws a
-/// `Failure` when there are none.
+/// `Failure` that suggests others when there are none.
 Functions matchingFunctions(const Functions& functions, const std::string& wanted);
 
 /// The one function to show for `wanted`; throws a `Failure` when there is none or a name is not

@@ -14,13 +14,8 @@ Measures measure(const ShadingNodeSpec& spec) {
     result.links = numLinks(spec);
     std::list<ShadingNode*> order;
     spec.fastTopoSort(&order, true);
-    std::map<const ShadingNode*, int> depth;
-    for (const ShadingNode* node : order) {
-        int& own = depth[node];
-        for (const ShadingLink* link : node->incomingLinks()) {
-            own = std::max(own, depth[link->sourceNode()] + 1);
-        }
-        result.depth = std::max(result.depth, own);
+    for (const auto& [node, level] : levelsOf(order)) {
+        result.depth = std::max(result.depth, level);
         if (node->isCall()) {
             ShadingNodeSpec::AttributeIterator output;
             ShadingNodeSpec::AttributeIterator last;
@@ -67,6 +62,21 @@ std::string meaning(const ShadingNode& node) {
     default:
         return node.name();
     }
+}
+
+std::string lineOf(const std::string& file, const FileLocation& location, const std::string& givenFile) {
+    return location.line == 0 ? "" : (file == givenFile ? "" : file + ":") + std::to_string(location.line);
+}
+
+std::map<const ShadingNode*, int> levelsOf(const std::list<ShadingNode*>& order) {
+    std::map<const ShadingNode*, int> levels;
+    for (const ShadingNode* node : order) {
+        int& own = levels[node];
+        for (const ShadingLink* link : node->incomingLinks()) {
+            own = std::max(own, levels[link->sourceNode()] + 1);
+        }
+    }
+    return levels;
 }
 
 std::string frequencies(const ShadingNode& node) {

@@ -2,6 +2,7 @@
 
 #include "shadingdag/ShadingNodeSpec.h"
 
+#include <list>
 #include <map>
 #include <string>
 
@@ -23,6 +24,14 @@ distancesToOutputs(const qvShadingDag::ShadingNodeSpec& spec);
 
 /// What a node stands for: "input float3 n", "{1,0,0}", "dot(float3,float3)".
 std::string meaning(const qvShadingDag::ShadingNode& node);
+
+/// The place of a node: the line, behind the file's name where that is not `givenFile`; empty when it
+/// is not known.
+std::string lineOf(const std::string& file, const qvShadingDag::FileLocation& location,
+                   const std::string& givenFile);
+
+/// By node, the number of links on the longest way from a node without arguments.
+std::map<const qvShadingDag::ShadingNode*, int> levelsOf(const std::list<qvShadingDag::ShadingNode*>& order);
 
 /// The frequencies at which a node's value can be computed; one after the other, with their names,
 /// for a call of several outputs.

@@ -4,6 +4,8 @@
 #include "OutputFiles.h"
 #include "Process.h"
 
+#include "shadingdag/SourceIndex.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
@@ -95,7 +97,33 @@ void print(const std::string& text) {
     }
 }
 
-void printTable(const Table& table) {
+Cell::Cell(const char* words) : Cell(std::string(words)) {}
+
+Cell::Cell(const std::string& words) : text(words), json(jsonString(words)) {}
+
+Cell::Cell(int number) : text(std::to_string(number)), json(text) {}
+
+Cell::Cell(std::string words, int number) : text(std::move(words)), json(std::to_string(number)) {}
+
+Cell::Cell(const std::vector<int>& numbers) {
+    for (const int number : numbers) {
+        text += (text.empty() ? "" : " ") + std::to_string(number);
+        json += (json.empty() ? "" : ", ") + std::to_string(number);
+    }
+    json = "[" + json + "]";
+}
+
+Cell Cell::none(const std::string& words) {
+    Cell cell(words);
+    cell.json = "null";
+    return cell;
+}
+
+void printTable(const Table& table, bool json) {
+    if (json) {
+        print(tableJson(table));
+        return;
+    }
     const bool aligned = onTerminal();
     std::string text = tableText(table, aligned);
     if (aligned && boldHeadings()) {
@@ -109,18 +137,18 @@ std::string tableText(const Table& table, bool aligned) {
     for (const auto& row : table) {
         widths.resize(std::max(widths.size(), row.size()));
         for (std::size_t i = 0; i < row.size(); ++i) {
-            widths[i] = std::max(widths[i], row[i].size());
+            widths[i] = std::max(widths[i], row[i].text.size());
         }
     }
     std::string text;
     for (const auto& row : table) {
         for (std::size_t i = 0; i < row.size(); ++i) {
             const bool last = i + 1 == row.size();
-            text += row[i];
+            text += row[i].text;
             if (last) {
                 text += "\n";
             } else if (aligned) {
-                text.append(widths[i] - row[i].size() + 2, ' ');
+                text.append(widths[i] - row[i].text.size() + 2, ' ');
             } else {
                 text += "\t";
             }
@@ -129,15 +157,44 @@ std::string tableText(const Table& table, bool aligned) {
     return text;
 }
 
+std::string tableJson(const Table& table) {
+    std::string text;
+    for (std::size_t row = 1; row < table.size(); ++row) {
+        std::string object;
+        for (std::size_t i = 0; i < table[row].size(); ++i) {
+            object += (i == 0 ? "" : ", ") + table.front()[i].json + ": " + table[row][i].json;
+        }
+        text += (row == 1 ? "{" : ",\n{") + object + "}";
+    }
+    return "[" + text + "]\n";
+}
+
+std::string jsonString(const std::string& text) {
+    std::string result = "\"";
+    for (const char c : qvShadingDag::validUtf8(text)) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '"' || c == '\\') {
+            result += std::string("\\") + c;
+        } else if (byte < 0x20) {
+            char escape[8];
+            std::snprintf(escape, sizeof escape, "\\u%04x", byte);
+            result += escape;
+        } else {
+            result += c;
+        }
+    }
+    return result + "\"";
+}
+
 void writeGraph(const std::string& graph, const std::string& file) {
     const std::string ending = endingOf(file);
     std::string bytes;
-    if (ending == ".svg" || ending == ".png") {
+    if (ending == ".svg" || ending == ".png" || ending == ".pdf") {
         bytes = drawGraph(graph, ending.substr(1), file);
     } else if (ending == ".dot") {
         bytes = graph;
     } else {
-        throw failure(kBadOutput, "'" + file + "' ends neither in .dot nor in .svg nor in .png");
+        throw failure(kBadOutput, "'" + file + "' does not end in .dot, .svg, .png or .pdf");
     }
     OutputFiles files;
     files.add(file, bytes);

@@ -1,6 +1,7 @@
 #include "Place.h"
 
 #include "Failure.h"
+#include "Measures.h"
 #include "Output.h"
 #include "Values.h"
 
@@ -15,27 +16,20 @@ void placeOrFail(Placement& placement) {
     }
 }
 
-std::string lineOf(const PlacedNode& node, const std::string& givenFile) {
-    if (node.location.line == 0) {
-        return "";
-    }
-    return (node.file == givenFile ? "" : node.file + ":") + std::to_string(node.location.line);
-}
-
-void printNodes(const Placement& placement, const std::string& givenFile) {
+void printNodes(const Placement& placement, const CommandLine& line) {
     Table table = {{"node", "operation", "level", "reason", "line", "variable"}};
     for (int i = 0; i < placement.numNodes(); ++i) {
         const PlacedNode node = placement.node(i);
-        table.push_back({std::to_string(i), node.operation, compFreqName(node.level), node.reason,
-                         lineOf(node, givenFile), node.variable});
+        table.push_back({i, node.operation, compFreqName(node.level), node.reason,
+                         lineOf(node.file, node.location, line.files.front()), node.variable});
     }
-    printTable(table);
+    printTable(table, line.json);
 }
 
-void printCost(PlacementOptions options, const ShadingNodeSpec& spec) {
+void printCost(PlacementOptions options, const ShadingNodeSpec& spec, bool json) {
     Table table = {{"level"}, {}, {}, {}, {}};
     for (unsigned int level = kConstantFreq; level <= kFragmentFreq; ++level) {
-        table[level].push_back(compFreqName(level));
+        table[level].emplace_back(compFreqName(level));
     }
     for (const PlacementPolicy policy : {kExactPlacement, kEarliestPlacement}) {
         options.policy = policy;
@@ -43,19 +37,19 @@ void printCost(PlacementOptions options, const ShadingNodeSpec& spec) {
         placeOrFail(placement);
         const std::string name = policy == kExactPlacement ? "exact " : "earliest ";
         for (const char* column : {"operations", "lookups", "values", "components"}) {
-            table.front().push_back(name + column);
+            table.front().emplace_back(name + column);
         }
         for (unsigned int level = kConstantFreq; level <= kFragmentFreq; ++level) {
             const PlacementCost cost = placement.cost(level);
             for (const int number : {cost.operations, cost.lookups, cost.values}) {
-                table[level].push_back(std::to_string(number));
+                table[level].emplace_back(number);
             }
             const std::string limit =
                 level == kVertexFreq ? " of " + std::to_string(Placement::kVaryingComponents) : "";
-            table[level].push_back(std::to_string(cost.components) + limit);
+            table[level].emplace_back(std::to_string(cost.components) + limit, cost.components);
         }
     }
-    printTable(table);
+    printTable(table, json);
 }
 
 } // namespace
@@ -80,7 +74,7 @@ void checkPlacement(const ShadingNodeSpec& spec, const PlacementOptions& options
 void place(const CommandLine& line, const ShadingNodeSpec& spec) {
     const PlacementOptions options = placementOptions(line, spec);
     if (line.showCost) {
-        printCost(options, spec);
+        printCost(options, spec, line.json);
         return;
     }
     Placement placement(spec, options);
@@ -88,6 +82,6 @@ void place(const CommandLine& line, const ShadingNodeSpec& spec) {
     if (line.outputFile) {
         writeGraph(placement.toGraphviz(), *line.outputFile);
     } else {
-        printNodes(placement, line.files.front());
+        printNodes(placement, line);
     }
 }
