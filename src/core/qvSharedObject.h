@@ -3,6 +3,7 @@
 #include "base/Export.h"
 
 #include <cstddef>
+#include <new>
 
 /// The base of every object that several owners share: an intrusive reference count.
 ///
@@ -43,8 +44,13 @@ public:
     /// The number of references.
     int refCount() const { return fRefCount; }
 
-    /// Allocates through the global allocation function.
+    /// Allocates through the global allocation function. Where the constructor throws, the storage
+    /// goes to `operator delete` below, which leaks it: let constructors of shared objects not throw
+    /// once they have storage, or accept that. There is no `new (std::nothrow)`.
     static void* operator new(std::size_t size);
+    /// Types that need more alignment than every allocation has cannot be shared objects: the last
+    /// `unref()` would release their storage as if it had been allocated without it.
+    static void* operator new(std::size_t size, std::align_val_t alignment) = delete;
     /// Construction in place, as standard containers do it.
     static void* operator new(std::size_t, void* place) noexcept { return place; }
     /// On purpose: prints a warning to standard output and leaks the storage.

@@ -31,8 +31,9 @@ public:
     ShadingAttribute(ShadingNode* node, const std::string& name);
     ShadingAttribute(const ShadingAttribute& other);
     ShadingAttribute(ShadingAttribute&& other) noexcept;
-    /// A copy of `*other`; of the default attribute for a null pointer.
-    explicit ShadingAttribute(const ShadingAttribute* other);
+    /// A copy of `*other`; of the default attribute for a null pointer. What `addInput` and `addOutput`
+    /// return thus stands for its value: `f->connectOutput(in, out)`, `f->addInternalNode("g", {in, in})`.
+    ShadingAttribute(const ShadingAttribute* other); // NOLINT(google-explicit-constructor)
     ShadingAttribute& operator=(const ShadingAttribute& other);
     ShadingAttribute& operator=(ShadingAttribute&& other) noexcept;
     ~ShadingAttribute();

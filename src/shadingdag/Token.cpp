@@ -33,9 +33,10 @@ double saturated(const std::string& literal) {
             exponent += digitSeen ? 1 : 0;
         }
     }
+    const bool hasExponent = i < literal.size() && (literal[i] == 'e' || literal[i] == 'E');
     const bool negative = i + 1 < literal.size() && literal[i + 1] == '-';
     long long written = 0;
-    for (i += negative ? 2 : 1; i < literal.size(); ++i) {
+    for (i += negative ? 2 : 1; hasExponent && i < literal.size(); ++i) {
         written = written < std::numeric_limits<int>::max() ? written * 10 + (literal[i] - '0') : written;
     }
     exponent += negative ? -written : written;

@@ -161,6 +161,9 @@ Token* Tokenizer::nextToken(Token* token) {
         }
         token->fLength = fPosition - token->fOffset;
     } catch (const Exception&) {
+        // What has no end is used up with the rest of its file, so that a file which is read behind it
+        // starts afresh; lines go on counting where it began.
+        fPosition = fSource.size();
         token->setType(kEndOfInput);
     }
     return token;

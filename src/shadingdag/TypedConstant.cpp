@@ -4,6 +4,7 @@
 
 #include <bit>
 #include <charconv>
+#include <cmath>
 #include <new>
 
 namespace qvShadingDag {
@@ -24,6 +25,10 @@ void checkCount(int count) {
 }
 
 void appendNumber(std::string& text, float value) {
+    if (std::isnan(value)) {
+        text += "nan"; // of either sign
+        return;
+    }
     char digits[32];
     const auto end = std::to_chars(digits, digits + sizeof(digits), value, std::chars_format::general, 6);
     text.append(digits, end.ptr);
@@ -85,14 +90,14 @@ TypedConstant& TypedConstant::operator=(const TypedConstant& other) {
     if (this == &other) {
         return *this;
     }
-    fDataType = other.fDataType;
-    if (externalStorage()) {
-        fMatrix = other.fMatrix ? new (std::nothrow) qvLinear::ProjMatrix(*other.fMatrix) : nullptr;
+    if (other.externalStorage()) {
+        fMatrix = other.fMatrix ? new qvLinear::ProjMatrix(*other.fMatrix) : nullptr;
     } else {
         for (int i = 0; i < 4; ++i) {
             fWords[i] = other.fWords[i];
         }
     }
+    fDataType = other.fDataType;
     return *this;
 }
 

@@ -79,7 +79,8 @@ public:
     void release();
 
     /// The value as the shading language writes it: "0.5", "{1,0,0,1}", six significant digits
-    /// whatever the locale. Empty for every type but the float and int families.
+    /// whatever the locale; "inf", "-inf" and "nan" for what it cannot write. Empty for every type but the
+    /// float and int families.
     std::string toString() const;
 
 private:

@@ -122,6 +122,10 @@ TEST(Tokenizer, ReadsNumbers) {
         {"0." + zeros + "1", 0, 0, false},
         {"0." + zeros + "1e401", 1, 1, false},
         {"0e99999999999999999999", 0, 0, false},
+        {"0." + zeros + "1-500", 0, 0, false}, // the digits behind a minus without "e" say nothing
+        {"1" + zeros + "-500", kInfinity, 0, true},
+        {"1" + zeros, kInfinity, 0, true},
+        {"0." + zeros + "1E-500", 0, 0, false},
     };
     for (const auto& row : rows) {
         Tokenizer tokenizer = tokenizerOf(row.source);
