@@ -36,7 +36,11 @@ struct NodeOrigin;
 ///         std::cerr << parser.errorString();
 ///     }
 ///
-/// A second file that is given to the same parser is read behind the first.
+/// Use one parser per file. A second file that is given to the same parser is read behind the first:
+/// its lines go on counting, and after an error what is left of the first file comes before it.
+///
+/// Parsing changes the function library and the counts of live objects: one thread at a time in the
+/// whole process may parse, and none may look at functions meanwhile.
 class QV_EXPORT ShadingParser : public Tokenizer {
 public:
     ShadingParser() = default;
