@@ -1,4 +1,4 @@
-// What nodes and links ask of the function that a node calls.
+// What nodes and links need of functions: of the one that a node calls, and of the one it stands in.
 
 #include "core/Exception.h"
 #include "shadingdag/ShadingLink.h"
@@ -15,6 +15,13 @@ void ShadingNode::setOperator(ShadingNodeSpec* spec) {
     fConstant.reset();
     fDataType = kInvalidDataType;
     fName.clear();
+    markOwner();
+}
+
+void ShadingNode::markOwner() {
+    if (fOwner) {
+        fOwner->fNodesChanged = true;
+    }
 }
 
 std::string ShadingNode::name() const {

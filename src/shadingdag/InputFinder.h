@@ -1,7 +1,7 @@
 #pragma once
 
-#include "shadingdag/ShadingLink.h"
-#include "shadingdag/ShadingNode.h"
+#include "core/Exception.h"
+#include "shadingdag/ShadingNodeSpec.h"
 
 #include <cstddef>
 #include <list>
@@ -42,5 +42,17 @@ private:
     const std::list<ShadingLink*>& fLinks;
     std::unordered_map<std::string_view, ShadingLink*> fIndex;
 };
+
+/// Throws when an input of a call has no link.
+inline void checkInputs(const ShadingNode& call) {
+    const InputFinder finder(call);
+    ShadingNodeSpec::AttributeIterator input;
+    ShadingNodeSpec::AttributeIterator last;
+    for (call.specPtr()->inputs(input, last); input != last; ++input) {
+        if (!finder.find(input->name())) {
+            throw Exception("Input is not connected: " + input->name());
+        }
+    }
+}
 
 } // namespace qvShadingDag

@@ -24,8 +24,12 @@ LibraryReplacement::~LibraryReplacement() {
     if (fConfirmed) {
         return;
     }
-    for (const ShadingNodeSpec* spec : functionsOfFile()) {
-        delete spec;
+    // Without a list of them, for which there may be no memory.
+    for (auto entry = ShadingNodeSpec::fLibrary.begin(); entry != ShadingNodeSpec::fLibrary.end();) {
+        const ShadingNodeSpec* spec = (entry++)->second;
+        if (spec->sourceFile() == fFile) {
+            delete spec; // leaves the library
+        }
     }
     for (const Old& old : fOld) {
         move(*old.spec, ShadingNodeSpec::fLibrary, old.following);

@@ -24,14 +24,20 @@ ShadingNode::ShadingNode(const ShadingNode& other)
 }
 
 ShadingNode& ShadingNode::operator=(const ShadingNode& other) {
-    if (this != &other) {
-        copyMeaning(other);
-        if (!fOwner) {
-            fNumber = other.fNumber;
-            fIncomingLinks = other.fIncomingLinks;
-            fOutgoingLinks = other.fOutgoingLinks;
-        }
+    if (this == &other) {
+        return *this;
     }
+    if (fOwner) {
+        copyMeaning(other);
+        markOwner();
+        return *this;
+    }
+    std::list<ShadingLink*> incoming = other.fIncomingLinks;
+    std::list<ShadingLink*> outgoing = other.fOutgoingLinks;
+    copyMeaning(other);
+    fNumber = other.fNumber;
+    fIncomingLinks.swap(incoming);
+    fOutgoingLinks.swap(outgoing);
     return *this;
 }
 
@@ -39,15 +45,19 @@ ShadingNode::~ShadingNode() {
     --fsNumInstances_ShadingNode;
 }
 
+/// What needs memory comes first, so that a copy for which there is none changes nothing.
 void ShadingNode::copyMeaning(const ShadingNode& other) {
+    auto constant = other.fConstant ? std::make_unique<TypedConstant>(*other.fConstant) : nullptr;
+    std::string name = other.fName;
+    auto outputRanges = other.fOutputRanges;
+    fConstant = std::move(constant);
+    fName.swap(name);
+    fOutputRanges.swap(outputRanges);
     fNodeType = other.fNodeType;
     fSpec = other.fSpec;
-    fConstant = other.fConstant ? std::make_unique<TypedConstant>(*other.fConstant) : nullptr;
     fDataType = other.fDataType;
     fOwnRange = other.fOwnRange;
     fLightSpecific = other.fLightSpecific;
-    fName = other.fName;
-    fOutputRanges = other.fOutputRanges;
     copyOrigin(other);
 }
 
@@ -57,11 +67,12 @@ void ShadingNode::copyOrigin(const ShadingNode& other) {
 }
 
 void ShadingNode::becomeInterface(NodeType kind, DataType type, const std::string& name) {
+    fName = name;
     fNodeType = kind;
     fSpec = nullptr;
     fConstant.reset();
     fDataType = type;
-    fName = name;
+    markOwner();
 }
 
 void ShadingNode::setInput(DataType type, const std::string& name) {
@@ -80,6 +91,7 @@ void ShadingNode::setConstant(const TypedConstant& constant) {
     fName.clear();
     fConstant = std::move(copy);
     addOutputCompFreqRange("output", CompFreqRange(kConstantFreq, kConstantFreq));
+    markOwner();
 }
 
 const TypedConstant& ShadingNode::constant() const {

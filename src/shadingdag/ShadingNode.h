@@ -46,7 +46,8 @@ public:
     /// A copy with a constant of its own. The copy stands in no graph: its lists name the links of
     /// the node it was taken from, and no link leads to it.
     ShadingNode(const ShadingNode& other);
-    /// Copies what the node stands for. A node that stands in a graph keeps its number and links.
+    /// Copies what the node stands for. A node that stands in a graph keeps its number and links, and
+    /// its function counts as changed, as by the setters.
     ShadingNode& operator=(const ShadingNode& other);
     /// Destroys the constant. The links belong to the function.
     ~ShadingNode();
@@ -58,6 +59,12 @@ public:
     /// The links that start here, in the order in which they were connected.
     const std::list<ShadingLink*>& outgoingLinks() const { return fOutgoingLinks; }
 
+    /// @name What the node stands for
+    /// A function makes its nodes what they are. One of them can be made something else; its links and
+    /// the lists of the function stay as they are, so that the function may no longer fit together. It
+    /// counts as changed from then on, see ShadingNodeSpec.
+    /// @{
+
     /// Becomes an input of the enclosing function.
     void setInput(DataType type, const std::string& name);
     /// Becomes an output of the enclosing function.
@@ -66,6 +73,7 @@ public:
     void setConstant(const TypedConstant& constant);
     /// Becomes a call of `spec`, of the kind that `spec` has. Throws when that is no function.
     void setOperator(ShadingNodeSpec* spec);
+    /// @}
 
     /// The kind of the node.
     NodeType nodeType() const { return fNodeType; }
@@ -128,6 +136,7 @@ private:
 
     void copyMeaning(const ShadingNode& other);
     void copyOrigin(const ShadingNode& other);
+    void markOwner();
     void becomeInterface(NodeType kind, DataType type, const std::string& name);
 
     unsigned int fNumber = 0;

@@ -3,6 +3,7 @@
 #include "core/Exception.h"
 
 #include <algorithm>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -11,6 +12,8 @@ namespace qvShadingDag {
 int ShadingNodeSpec::fsNumInstances_ShadingNodeSpec = 0;
 
 namespace {
+
+constexpr const char* kReturned = "output"; // the name of the value that a function returns
 
 template <typename Attributes>
 int offsetOf(const Attributes& attributes, const std::string& name) {
@@ -43,7 +46,8 @@ ShadingNodeSpec::ShadingNodeSpec(NodeType kind) : fNodeType(kind) {
 }
 
 ShadingNodeSpec* ShadingNodeSpec::createNew(NodeType kind) {
-    return new (std::nothrow) ShadingNodeSpec(kind);
+    return kind == kOperationNode || kind == kFunctionNode ? new (std::nothrow) ShadingNodeSpec(kind)
+                                                           : nullptr;
 }
 
 ShadingNodeSpec::~ShadingNodeSpec() {
@@ -68,36 +72,49 @@ void ShadingNodeSpec::setSource(const std::string& file, const FileLocation& loc
 
 const ShadingAttribute* ShadingNodeSpec::addParameter(NodeType kind, DataType type, const std::string& name,
                                                       const CompFreqRange& range) {
-    ShadingAttribute parameter(name, type);
-    parameter.setCompFreqRange(range);
+    std::list<ShadingAttribute> parameter;
+    parameter.emplace_back(name, type);
+    parameter.back().setCompFreqRange(range);
+    std::list<std::pair<NodeType, ShadingAttribute>> argument;
+    if (kind == kInputNode || name != kReturned) {
+        argument.emplace_back(kind, parameter.back());
+    }
     if (fNodeType == kFunctionNode) {
-        ShadingNode* node = makeNode();
+        auto node = std::make_unique<ShadingNode>();
         node->becomeInterface(kind, type, name);
         node->addOutputCompFreqRange(name, range);
-        parameter.setNodePtr(node);
+        parameter.back().setNodePtr(addNode(std::move(node)));
+        if (!argument.empty()) {
+            argument.back().second.setNodePtr(parameter.back().nodePtr());
+        }
     }
+    // Nothing fails from here on.
     auto& parameters = kind == kInputNode ? fInputs : fOutputs;
-    parameters.push_back(std::move(parameter));
+    fArguments.splice(fArguments.end(), argument);
+    parameters.splice(parameters.end(), parameter);
     return &parameters.back();
 }
 
 const ShadingAttribute* ShadingNodeSpec::addInput(DataType type, const std::string& name,
                                                   const CompFreqRange& range) {
-    const ShadingAttribute* input = addParameter(kInputNode, type, name, range);
-    fArguments.emplace_back(kInputNode, *input);
-    return input;
+    return addParameter(kInputNode, type, name, range);
 }
 
 /// A value is looked up by the name of its output: walking them each time would be quadratic where a
-/// function has many.
+/// function has many. Without memory for the index they are walked all the same.
 void ShadingNodeSpec::indexLastOutput() {
     constexpr std::size_t kOutputsWorthAnIndex = 16;
     if (fOutputs.size() < kOutputsWorthAnIndex) {
         return;
     }
     int offset = fOutputIndex.empty() ? 0 : numOutputs() - 1;
-    for (auto output = std::prev(fOutputs.end(), numOutputs() - offset); output != fOutputs.end(); ++output) {
-        fOutputIndex.try_emplace(output->name(), offset++, output->dataType()); // keeps the first
+    auto output = std::prev(fOutputs.end(), numOutputs() - offset);
+    try {
+        for (; output != fOutputs.end(); ++output) {
+            fOutputIndex.try_emplace(output->name(), offset++, output->dataType()); // keeps the first
+        }
+    } catch (const std::bad_alloc&) {
+        fOutputIndex.clear();
     }
 }
 
@@ -105,9 +122,6 @@ const ShadingAttribute* ShadingNodeSpec::addOutput(DataType type, const std::str
                                                    const CompFreqRange& range) {
     const ShadingAttribute* output = addParameter(kOutputNode, type, name, range);
     indexLastOutput();
-    if (name != "output") {
-        fArguments.emplace_back(kOutputNode, *output);
-    }
     return output;
 }
 

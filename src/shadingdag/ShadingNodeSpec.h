@@ -11,6 +11,7 @@
 
 #include <list>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -38,7 +39,18 @@ struct LinkSource;
 /// that they call without owning it: a function must not be used any more once one that it calls is
 /// destroyed.
 ///
-/// Nothing is locked: the library and each function are for one thread at a time.
+/// The nodes of a function can be made something else by their own setters and by assignment. The
+/// function is then changed: before it is cloned, or calls in it are expanded or replaced, and before
+/// its body is put in place of a call, it is checked in full. That throws, and changes nothing, unless
+/// every input, output and constant node is on its list and under its name, no node is of no kind, no
+/// link leaves an output and no link closes a circle. Orders, distances and drawings take any graph.
+///
+/// Nothing is locked. Several threads may look at functions at the same time (walk, order, measure and
+/// draw them, and look them up) while none makes, changes, copies or destroys any part of any graph:
+/// also functions that have nothing else in common share the library and the counts of live objects.
+///
+/// Where memory runs out, `std::bad_alloc` is thrown and the function is as it was, unless a member
+/// says otherwise.
 class QV_EXPORT ShadingNodeSpec {
 public:
     using AttributeIterator = std::list<ShadingAttribute>::const_iterator;
@@ -51,7 +63,8 @@ public:
     static int fsNumInstances_ShadingNodeSpec;
 
     /// An empty function that belongs to the caller: `kOperationNode` for a primitive without
-    /// a body, `kFunctionNode` for a function with one. Null when there is no memory for it.
+    /// a body, `kFunctionNode` for a function with one. Null for any other kind, and when there is no
+    /// memory for it.
     static ShadingNodeSpec* createNew(NodeType kind);
 
     ShadingNodeSpec(const ShadingNodeSpec&) = delete;
@@ -60,8 +73,8 @@ public:
     ~ShadingNodeSpec();
 
     /// A deep copy that belongs to the caller and is not in the library: numbers, names, lists and
-    /// ranges are the same, no pointer leads into the original. The ranges of calls are evaluated
-    /// again where all inputs are connected.
+    /// ranges are the same, no pointer leads into the original. Throws where a changed function does
+    /// not fit together.
     ShadingNodeSpec* clone() const;
 
     /// `kOperationNode` for a primitive, `kFunctionNode` for a function with a body.
@@ -164,6 +177,12 @@ public:
     /// Works out the frequencies at which each output of a call can be computed from those of the
     /// links that feed it. Other nodes are left alone. Throws when an input is not connected.
     void evaluateCompFrequencies(ShadingNode* node);
+
+    /// The same for every call, each behind those that feed it, and gives every link that leaves a call
+    /// the new range of the output that it reads. After an expansion, which leaves the ranges behind
+    /// the call as they are, all ranges of the graph are true again. Throws without any change when an
+    /// input is not connected; where memory runs out, some ranges may be new.
+    void evaluateAllCompFrequencies();
     /// @}
 
     /// @name Expansion
@@ -174,18 +193,26 @@ public:
     /// Puts the body of the function that `callNode` calls in its place; a node that is no call of a
     /// function stays. Takes linear time in the body and the links of the call.
     ///
-    /// On purpose a link that left the call keeps its source attribute name, whatever the name of
-    /// the output that it now reads (see ShadingLink::sourceOutput). The ranges of the nodes behind
-    /// the call are not evaluated again.
+    /// On purpose: a link that left the call keeps its source attribute name, so that the name need not
+    /// be one of the node that it now leaves; `ShadingLink::sourceOutput` tells what it reads. The
+    /// ranges of the nodes behind the call are not evaluated again.
     ///
-    /// Throws without any change when an input of the call or in the body is not connected, and
-    /// when the body does not connect an output that is used.
+    /// A link that left the call is made anew, and so goes behind the other links into the same node.
+    /// Where a function has two inputs of one name, or an output is connected twice, the first link
+    /// counts: which one that is, and with it the value, may then change with an expansion.
+    ///
+    /// Throws without any change when an input of the call or in the body is not connected, when the
+    /// body does not connect an output that is used, and where this function or the called one was
+    /// changed and does not fit together.
     void expandNode(ShadingNode* callNode);
 
     /// Expands calls until only calls of primitives are left, those in the bodies included.
     ///
-    /// Throws without any change where `expandNode` would, when a function calls itself, directly
-    /// or not, and when more than 2^24 nodes would be the result or as many calls be on the way.
+    /// Throws without any change where `expandNode` would for any of them, when a function calls
+    /// itself, directly or not, when this function would have more than 2^24 nodes and links at any
+    /// time on the way, and when more than 2^24 calls would have to be expanded. Where memory runs out
+    /// before that limit, as it may in a 32-bit program, some calls are expanded and the others are
+    /// not: the function computes the same and can be used and destroyed.
     void expandFunctionCalls();
 
     /// Calls `replacement` in place of `node`, with the same links, and returns the new call.
@@ -193,8 +220,9 @@ public:
     /// Null without any change when the parameters (kind and type of each, and the returned type)
     /// differ, when there are fewer of them, and when `node` is no call of this graph. Parameters
     /// beyond those of `node` need `allowExtraInputs`; each extra input becomes an input of this
-    /// function, marked as light specific. Ranges are evaluated where the replacement has the names
-    /// of the connected inputs, and taken over otherwise.
+    /// function, marked as light specific; null when there is an input of that name already. Ranges are
+    /// evaluated where the replacement has the names of the connected inputs, and taken over otherwise.
+    /// Throws without any change where this function was changed and does not fit together.
     ShadingNode* replaceOperationNode(ShadingNode* node, ShadingNodeSpec* replacement, bool allowExtraInputs);
     /// @}
 
@@ -253,19 +281,24 @@ private:
     friend class BodyCopier;
     friend class ExpansionCheck;
     friend class FlatGraph;
+    friend class GraphUndo;
     friend class LibraryReplacement;
+    friend class ShadingNode; // marks its function as changed
 
     explicit ShadingNodeSpec(NodeType kind);
 
     const ShadingAttribute* addParameter(NodeType kind, DataType type, const std::string& name,
                                          const CompFreqRange& range);
     void indexLastOutput();
-    ShadingNode* makeNode();
+    ShadingNode* addNode(std::unique_ptr<ShadingNode> node);
     ShadingLink* makeLink(const LinkSource& from, ShadingNode* dest, const std::string& destName);
     void destroyLink(ShadingLink* link);
+    void destroyNode(ShadingNode* node);
     void destroyCall(ShadingNode* node);
     void dropUnusedSlots();
     void checkOwns(const ShadingNode* node) const;
+    void checkIfChanged() const;
+    [[noreturn]] void throwChanged(const std::string& what) const;
     void checkReadable(const ShadingAttribute& value) const;
     const ShadingAttribute* evaluateWhereConnected(ShadingNode& node);
     static void takeOverRanges(const ShadingNode& from, const std::vector<int>& matchingOutputs,
@@ -296,6 +329,7 @@ private:
     std::vector<ShadingNode*> fNodeSlots;                          // null: unused
     std::vector<std::pair<unsigned int, unsigned int>> fLinkSlots; // kNoSlot twice: unused
 
+    mutable bool fNodesChanged = false; // by their own setters, since the last check
     unsigned int fNextNodeNumber = 0;
     unsigned int fNextLinkNumber = 0;
 };

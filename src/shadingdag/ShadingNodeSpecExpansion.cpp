@@ -2,35 +2,29 @@
 
 #include "core/Exception.h"
 #include "shadingdag/FlatGraph.h"
+#include "shadingdag/GraphUndo.h"
 #include "shadingdag/InputFinder.h"
 #include "shadingdag/LinkSource.h"
 
 #include <algorithm>
 #include <cstdint>
+#include <deque>
+#include <memory>
 #include <optional>
+#include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace qvShadingDag {
 
 namespace {
 
-constexpr std::uint64_t kMaxNodes = std::uint64_t(1) << 24U;
+constexpr std::uint64_t kLimit = std::uint64_t(1) << 24U; // of nodes and links, and of calls
 
+/// The sum of numbers up to the limit; anything above counts as one more than the limit.
 std::uint64_t limitedSum(std::uint64_t a, std::uint64_t b) {
-    return std::min(a + b, kMaxNodes + 1);
-}
-
-/// Throws when an input of a call has no link.
-void checkInputs(const ShadingNode& call) {
-    const InputFinder finder(call);
-    ShadingNodeSpec::AttributeIterator input;
-    ShadingNodeSpec::AttributeIterator last;
-    for (call.specPtr()->inputs(input, last); input != last; ++input) {
-        if (!finder.find(input->name())) {
-            throw Exception("Input is not connected: " + input->name());
-        }
-    }
+    return std::min(a + b, kLimit + 1);
 }
 
 /// The links that feed the outputs of a function, in the order of the outputs; null where none
@@ -59,6 +53,18 @@ void checkOutput(const ShadingLink& reader, const Outputs& connected) {
     if (!reads(reader, connected)) {
         throw Exception("Output is not connected: " + reader.sourceAttrName());
     }
+}
+
+/// The calls of functions in a body, in the order in which a copy of the body gets them.
+std::vector<const ShadingNode*> functionCallsInOrder(const ShadingNodeSpec& function) {
+    std::vector<const ShadingNode*> calls;
+    const FlatGraph graph(function, true);
+    for (const unsigned int slot : graph.postOrder()) {
+        if (graph.node(slot)->nodeType() == kFunctionNode) {
+            calls.push_back(graph.node(slot));
+        }
+    }
+    return calls;
 }
 
 /// For each output of `from`, the position of the output of `to` that takes its place: the returned
@@ -97,6 +103,13 @@ void ShadingNodeSpec::destroyLink(ShadingLink* link) {
     delete link;
 }
 
+/// A node that no link joins and that is on no list of attributes.
+void ShadingNodeSpec::destroyNode(ShadingNode* node) {
+    fInternalNodes.erase(node->fPlace);
+    fNodeSlots[node->fSlot] = nullptr;
+    delete node;
+}
+
 void ShadingNodeSpec::destroyCall(ShadingNode* node) {
     while (!node->fIncomingLinks.empty()) {
         destroyLink(node->fIncomingLinks.front());
@@ -104,9 +117,7 @@ void ShadingNodeSpec::destroyCall(ShadingNode* node) {
     while (!node->fOutgoingLinks.empty()) {
         destroyLink(node->fOutgoingLinks.front());
     }
-    fInternalNodes.erase(node->fPlace);
-    fNodeSlots[node->fSlot] = nullptr;
-    delete node;
+    destroyNode(node);
     dropUnusedSlots();
 }
 
@@ -142,7 +153,7 @@ class BodyCopier {
 public:
     explicit BodyCopier(ShadingNodeSpec& target) : fTarget(target) {}
 
-    /// `call` and the body that it stands for have been checked: nothing fails from here on.
+    /// `call` and the body that it stands for have been checked. Where memory runs out, nothing changes.
     void expand(ShadingNode* call);
 
 private:
@@ -174,10 +185,11 @@ LinkSource BodyCopier::valueBehind(const ShadingLink& link) const {
 }
 
 void BodyCopier::copyCall(const ShadingNode& node, Value& value) {
-    value.copy = fTarget.makeNode();
-    value.copy->setOperator(node.specPtr());
-    value.copy->fLightSpecific = node.fLightSpecific;
-    value.copy->copyOrigin(node);
+    auto copy = std::make_unique<ShadingNode>();
+    copy->setOperator(node.specPtr());
+    copy->fLightSpecific = node.fLightSpecific;
+    copy->copyOrigin(node);
+    value.copy = fTarget.addNode(std::move(copy));
     for (const ShadingLink* link : node.incomingLinks()) {
         fTarget.makeLink(valueBehind(*link), value.copy, link->destAttrName());
     }
@@ -194,6 +206,7 @@ void BodyCopier::expand(ShadingNode* call) {
     const InputFinder callInputs(*call);
     fValues.assign(body.size(), Value());
     fRanges.clear();
+    GraphUndo undo(fTarget);
 
     for (const unsigned int slot : body.postOrder()) {
         const ShadingNode& node = *body.node(slot);
@@ -219,11 +232,12 @@ void BodyCopier::expand(ShadingNode* call) {
         source.range = value.range;
         fTarget.makeLink(source, link->destNode(), link->destAttrName());
     }
+    undo.keep();
     fTarget.destroyCall(call);
 }
 
-/// Finds out, before anything is changed, whether all calls of a function can be expanded, and how
-/// many nodes that gives. Each function is looked at once, behind those that it calls.
+/// Finds out, before anything is changed, whether all calls of a function can be expanded. Each
+/// function is looked at once, behind those that it calls.
 class ExpansionCheck {
 public:
     explicit ExpansionCheck(const ShadingNodeSpec& function);
@@ -231,24 +245,43 @@ public:
 private:
     struct Body {
         bool finished = false;
-        std::uint64_t nodes = 0;     // that an expanded call adds
-        std::uint64_t calls = 0;     // that are expanded on the way
-        std::vector<bool> connected; // by output: whether its value is there in the end
+        std::uint64_t calls = 0;        // that are expanded on the way
+        std::uint64_t added = 0;        // nodes and links that a copy of the body adds
+        std::uint64_t addedByCalls = 0; // what all copies for its calls add, those for theirs included
+        std::vector<bool> connected;    // by output: whether its value is there in the end
     };
 
     const Body& calledBody(const ShadingNode& call) const { return fBodies.at(call.specPtr()); }
+    void visit(const ShadingNodeSpec& function);
     void finish(const ShadingNodeSpec& function, Body& body) const;
+    void checkSize(const ShadingNodeSpec& function, const Body& whole) const;
 
     std::unordered_map<const ShadingNodeSpec*, Body> fBodies;
 };
 
 ExpansionCheck::ExpansionCheck(const ShadingNodeSpec& function) {
+    visit(function);
+    checkSize(function, fBodies[&function]);
+    for (const ShadingLink* link : function.fInternalLinks) {
+        if (link->sourceNode()->nodeType() == kFunctionNode) {
+            checkOutput(*link, calledBody(*link->sourceNode()).connected);
+        }
+    }
+}
+
+/// Depth first through the calls, without recursion.
+void ExpansionCheck::visit(const ShadingNodeSpec& function) {
     struct Step {
         const ShadingNodeSpec* function;
         ShadingNodeSpec::NodeIterator node;
     };
-    std::vector<Step> path{{&function, function.fInternalNodes.begin()}};
+    std::vector<Step> path;
+    const auto enter = [&](const ShadingNodeSpec& next) {
+        next.checkIfChanged();
+        path.push_back({&next, next.fInternalNodes.begin()});
+    };
     fBodies[&function];
+    enter(function);
     while (!path.empty()) {
         auto& [current, place] = path.back();
         if (place == current->fInternalNodes.end()) {
@@ -260,42 +293,33 @@ ExpansionCheck::ExpansionCheck(const ShadingNodeSpec& function) {
         if (node.nodeType() == kFunctionNode) {
             const auto [body, isNew] = fBodies.try_emplace(node.specPtr());
             if (isNew) {
-                path.push_back({node.specPtr(), node.specPtr()->fInternalNodes.begin()});
+                enter(*node.specPtr());
             } else if (!body->second.finished) {
                 throw Exception("Function calls itself: " + node.specPtr()->fName);
             }
-        }
-    }
-
-    const Body& whole = fBodies[&function];
-    const std::size_t interfaceNodes = function.fInputs.size() + function.fOutputs.size();
-    if (whole.nodes + interfaceNodes > kMaxNodes || whole.calls > kMaxNodes) {
-        throw Exception("Expansion gives more than " + std::to_string(kMaxNodes) +
-                        " nodes: " + function.fName);
-    }
-    for (const ShadingLink* link : function.fInternalLinks) {
-        if (link->sourceNode()->nodeType() == kFunctionNode) {
-            checkOutput(*link, calledBody(*link->sourceNode()).connected);
         }
     }
 }
 
 void ExpansionCheck::finish(const ShadingNodeSpec& function, Body& body) const {
     for (const ShadingNode* node : function.fInternalNodes) {
-        if (node->isCall()) {
-            checkInputs(*node);
+        if (node->nodeType() == kConstantNode) {
+            body.added = limitedSum(body.added, 1);
         }
+        if (!node->isCall()) {
+            continue;
+        }
+        checkInputs(*node);
+        body.added = limitedSum(body.added, 1 + node->incomingLinks().size());
         if (node->nodeType() == kFunctionNode) {
             const Body& called = calledBody(*node);
-            body.nodes = limitedSum(body.nodes, called.nodes);
             body.calls = limitedSum(body.calls, called.calls + 1);
-        } else if (node->nodeType() == kOperationNode || node->nodeType() == kConstantNode) {
-            body.nodes = limitedSum(body.nodes, 1);
+            body.addedByCalls = limitedSum(body.addedByCalls, limitedSum(called.added, called.addedByCalls));
         }
         // What feeds a call of the body is needed wherever the body goes; what feeds its outputs
         // only where they are read.
         for (const ShadingLink* link : node->incomingLinks()) {
-            if (node->isCall() && link->sourceNode()->nodeType() == kFunctionNode) {
+            if (link->sourceNode()->nodeType() == kFunctionNode) {
                 checkOutput(*link, calledBody(*link->sourceNode()).connected);
             }
         }
@@ -308,11 +332,46 @@ void ExpansionCheck::finish(const ShadingNodeSpec& function, Body& body) const {
     body.finished = true;
 }
 
+/// Where everything that is ever added stays below the limit, so does what is there at any time.
+/// Otherwise the expansion is gone through in numbers: a call's copies are there before the call goes.
+void ExpansionCheck::checkSize(const ShadingNodeSpec& function, const Body& whole) const {
+    const auto check = [&](std::uint64_t number, const char* what) {
+        if (number > kLimit) {
+            throw Exception("Expansion gives more than " + std::to_string(kLimit) + what + function.fName);
+        }
+    };
+    check(whole.calls, " calls: ");
+    std::uint64_t alive = function.fInternalNodes.size() + function.fInternalLinks.size();
+    if (alive + whole.addedByCalls <= kLimit) {
+        return;
+    }
+    std::deque<const ShadingNode*> waiting;
+    for (const ShadingNode* node : function.fInternalNodes) {
+        if (node->nodeType() == kFunctionNode) {
+            waiting.push_back(node);
+        }
+    }
+    std::unordered_map<const ShadingNodeSpec*, std::vector<const ShadingNode*>> callsOf;
+    for (; !waiting.empty(); waiting.pop_front()) {
+        const ShadingNode& call = *waiting.front();
+        const auto [calls, isNew] = callsOf.try_emplace(call.specPtr());
+        if (isNew) {
+            calls->second = functionCallsInOrder(*call.specPtr());
+        }
+        alive += calledBody(call).added;
+        check(alive, " nodes and links: ");
+        waiting.insert(waiting.end(), calls->second.begin(), calls->second.end());
+        alive -= 1 + call.incomingLinks().size();
+    }
+}
+
 void ShadingNodeSpec::expandNode(ShadingNode* callNode) {
     checkOwns(callNode);
     if (callNode->fNodeType != kFunctionNode) {
         return;
     }
+    checkIfChanged();
+    callNode->fSpec->checkIfChanged();
     checkInputs(*callNode);
     for (const ShadingNode* node : callNode->fSpec->fInternalNodes) {
         if (node->isCall()) {
@@ -346,15 +405,17 @@ void ShadingNodeSpec::expandFunctionCalls() {
 /// any other output its lowest declared level.
 void ShadingNodeSpec::takeOverRanges(const ShadingNode& from, const std::vector<int>& matchingOutputs,
                                      ShadingNode& to) {
+    std::vector<const std::string*> names;
     for (const ShadingAttribute& output : to.fSpec->fOutputs) {
         const unsigned int lowest = output.compFreqRange().lowest();
         to.addOutputCompFreqRange(output.name(), CompFreqRange(lowest, lowest));
+        names.push_back(&output.name());
     }
     auto match = matchingOutputs.begin();
     for (const ShadingAttribute& output : from.fSpec->fOutputs) {
         const auto range = from.fOutputRanges.find(output.name());
         if (*match >= 0 && range != from.fOutputRanges.end()) {
-            to.addOutputCompFreqRange(std::next(to.fSpec->fOutputs.begin(), *match)->name(), range->second);
+            to.addOutputCompFreqRange(*names[static_cast<std::size_t>(*match)], range->second);
         }
         ++match;
     }
@@ -366,6 +427,8 @@ ShadingNode* ShadingNodeSpec::replaceOperationNode(ShadingNode* node, ShadingNod
         (replacement->fNodeType != kOperationNode && replacement->fNodeType != kFunctionNode)) {
         return nullptr;
     }
+    checkIfChanged();
+
     // 1. Compatibility.
     const ShadingNodeSpec& old = *node->fSpec;
     auto argument = replacement->fArguments.begin();
@@ -376,17 +439,31 @@ ShadingNode* ShadingNodeSpec::replaceOperationNode(ShadingNode* node, ShadingNod
         }
         ++argument;
     }
-    // A copy: the replacement may be this function, which the new inputs make longer.
-    const std::vector<std::pair<NodeType, ShadingAttribute>> extra(argument, replacement->fArguments.end());
+    const auto firstExtra = argument;
+    const auto lastExtra = replacement->fArguments.end();
+    const bool hasExtra = firstExtra != lastExtra;
     if (old.dataTypeOfOutput("output") != replacement->dataTypeOfOutput("output") ||
-        (!extra.empty() && (!allowExtraInputs || fNodeType != kFunctionNode))) {
+        (hasExtra && (!allowExtraInputs || fNodeType != kFunctionNode))) {
         return nullptr;
+    }
+    std::unordered_set<std::string_view> inputNames;
+    if (hasExtra) {
+        for (const ShadingAttribute& input : fInputs) {
+            inputNames.insert(input.name());
+        }
+    }
+    for (argument = firstExtra; argument != lastExtra; ++argument) {
+        if (argument->first == kInputNode && !inputNames.insert(argument->second.name()).second) {
+            return nullptr;
+        }
     }
 
     // 2. The new call.
-    ShadingNode* call = makeNode();
-    call->setOperator(replacement);
-    call->copyOrigin(*node);
+    GraphUndo undo(*this);
+    auto newCall = std::make_unique<ShadingNode>();
+    newCall->setOperator(replacement);
+    newCall->copyOrigin(*node);
+    ShadingNode* call = addNode(std::move(newCall));
 
     // 3. Its links.
     const auto outputs = matchingOutputs(old, *replacement);
@@ -401,7 +478,8 @@ ShadingNode* ShadingNodeSpec::replaceOperationNode(ShadingNode* node, ShadingNod
     }
 
     // 4. What the replacement needs in addition.
-    for (const auto& [marker, parameter] : extra) {
+    for (argument = firstExtra; argument != lastExtra; ++argument) {
+        const auto& [marker, parameter] = *argument;
         if (marker == kInputNode) {
             ShadingNode* input =
                 addInput(parameter.dataType(), parameter.name(), parameter.compFreqRange())->nodePtr();
@@ -417,6 +495,7 @@ ShadingNode* ShadingNodeSpec::replaceOperationNode(ShadingNode* node, ShadingNod
     }
 
     // 5. The old call.
+    undo.keep();
     destroyCall(node);
     return call;
 }

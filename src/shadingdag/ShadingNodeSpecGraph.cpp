@@ -1,6 +1,8 @@
 // Nodes, links and ranges of a ShadingNodeSpec.
 
 #include "core/Exception.h"
+#include "shadingdag/FlatGraph.h"
+#include "shadingdag/GraphUndo.h"
 #include "shadingdag/InputFinder.h"
 #include "shadingdag/LinkSource.h"
 
@@ -11,6 +13,14 @@
 namespace qvShadingDag {
 
 namespace {
+
+/// The next `push_back` needs no memory.
+template <typename Element>
+void makeRoomForOne(std::vector<Element>& elements) {
+    if (elements.size() == elements.capacity()) {
+        elements.reserve(std::max<std::size_t>(16, 2 * elements.size()));
+    }
+}
 
 bool isEmpty(unsigned int low, unsigned int high) {
     return low == kInvalidFreq || high == kInvalidFreq || low > high;
@@ -45,6 +55,7 @@ std::string noMatchMessage(const std::string& functionName, const std::list<Shad
 } // namespace
 
 ShadingNodeSpec* ShadingNodeSpec::clone() const {
+    checkIfChanged();
     std::unique_ptr<ShadingNodeSpec> copy(new ShadingNodeSpec(fNodeType));
     copy->fName = fName;
     copy->setSource(fSourceFile, fSourceLocation);
@@ -52,8 +63,9 @@ ShadingNodeSpec* ShadingNodeSpec::clone() const {
 
     std::vector<ShadingNode*> nodes(fNodeSlots.size()); // the copies, by the slots of the originals
     for (const ShadingNode* node : fInternalNodes) {
-        ShadingNode* copied = copy->makeNode();
-        copied->copyMeaning(*node);
+        auto newNode = std::make_unique<ShadingNode>();
+        newNode->copyMeaning(*node);
+        ShadingNode* copied = copy->addNode(std::move(newNode));
         copied->fNumber = node->fNumber;
         nodes[node->fSlot] = copied;
     }
@@ -82,9 +94,6 @@ ShadingNodeSpec* ShadingNodeSpec::clone() const {
     for (auto& argument : copy->fArguments) {
         moveToCopy(argument.second);
     }
-    for (ShadingNode* node : copy->fInternalNodes) {
-        copy->evaluateWhereConnected(*node);
-    }
     return copy.release();
 }
 
@@ -98,32 +107,46 @@ void ShadingNodeSpec::internalLinks(LinkIterator& first, LinkIterator& last) con
     last = fInternalLinks.end();
 }
 
-ShadingNode* ShadingNodeSpec::makeNode() {
-    auto node = std::make_unique<ShadingNode>();
-    node->fPlace = fInternalNodes.insert(fInternalNodes.end(), node.get());
-    node->fOwner = this;
-    node->fNumber = fNextNodeNumber++;
-    node->fSlot = static_cast<unsigned int>(fNodeSlots.size());
-    fNodeSlots.push_back(node.get());
-    return node.release();
+ShadingNode* ShadingNodeSpec::addNode(std::unique_ptr<ShadingNode> node) {
+    makeRoomForOne(fNodeSlots);
+    ShadingNode* added = node.get();
+    added->fPlace = fInternalNodes.insert(fInternalNodes.end(), added);
+    // Nothing fails from here on.
+    static_cast<void>(node.release()); // the function owns it now
+    added->fOwner = this;
+    added->fNumber = fNextNodeNumber++;
+    added->fSlot = static_cast<unsigned int>(fNodeSlots.size());
+    fNodeSlots.push_back(added);
+    return added;
 }
 
 ShadingLink* ShadingNodeSpec::makeLink(const LinkSource& from, ShadingNode* dest,
                                        const std::string& destName) {
-    auto* link = new ShadingLink;
-    link->fPlace = fInternalLinks.insert(fInternalLinks.end(), link);
+    struct Destroy {
+        void operator()(const ShadingLink* unused) const { delete unused; }
+    };
+    std::unique_ptr<ShadingLink, Destroy> made(new ShadingLink);
+    ShadingLink* link = made.get();
+    link->fSourceAttrName = from.name;
+    link->fDestAttrName = destName;
+    makeRoomForOne(fLinkSlots);
+    std::list<ShadingLink*> place(1, link);
+    std::list<ShadingLink*> sourcePlace(1, link);
+    std::list<ShadingLink*> destPlace(1, link);
+    // Nothing fails from here on.
+    static_cast<void>(made.release()); // the function owns it now
     link->fNumber = fNextLinkNumber++;
     link->fSourceNode = from.node;
     link->fDestNode = dest;
     link->fSourceOutput = from.output;
-    link->fSourceAttrName = from.name;
-    link->fDestAttrName = destName;
     link->fCompFreqRange = from.range;
     link->fDataType = from.dataType;
-    auto& outgoing = from.node->fOutgoingLinks;
-    auto& incoming = dest->fIncomingLinks;
-    link->fSourcePlace = outgoing.insert(outgoing.end(), link);
-    link->fDestPlace = incoming.insert(incoming.end(), link);
+    link->fPlace = place.begin();
+    link->fSourcePlace = sourcePlace.begin();
+    link->fDestPlace = destPlace.begin();
+    fInternalLinks.splice(fInternalLinks.end(), place);
+    from.node->fOutgoingLinks.splice(from.node->fOutgoingLinks.end(), sourcePlace);
+    dest->fIncomingLinks.splice(dest->fIncomingLinks.end(), destPlace);
     link->fSlot = static_cast<unsigned int>(fLinkSlots.size());
     fLinkSlots.emplace_back(from.node->fSlot, dest->fSlot);
     return link;
@@ -148,10 +171,13 @@ void ShadingNodeSpec::checkReadable(const ShadingAttribute& value) const {
 }
 
 ShadingNode* ShadingNodeSpec::addInternalNode(const TypedConstant& constant) {
-    ShadingNode* node = makeNode();
+    auto node = std::make_unique<ShadingNode>();
     node->setConstant(constant);
-    fConstants.emplace_back(node, "output");
-    return node;
+    std::list<ShadingAttribute> entry;
+    entry.emplace_back(node.get(), "output");
+    ShadingNode* added = addNode(std::move(node));
+    fConstants.splice(fConstants.end(), entry);
+    return added;
 }
 
 ShadingNode* ShadingNodeSpec::addInternalNode(const std::string& functionName,
@@ -172,13 +198,16 @@ ShadingNode* ShadingNodeSpec::addInternalNode(const std::string& functionName,
         ++arg;
     }
 
-    ShadingNode* node = makeNode();
-    node->setOperator(spec);
+    GraphUndo undo(*this);
+    auto newNode = std::make_unique<ShadingNode>();
+    newNode->setOperator(spec);
+    ShadingNode* node = addNode(std::move(newNode));
     arg = args.begin();
     for (const auto& [marker, parameter] : spec->fArguments) {
         if (marker == kInputNode) {
             const CompFreqRange& allowed = parameter.compFreqRange();
             if (!allowed.contains(arg->compFreqRange())) {
+                undo.keep(); // On purpose: the call and the links made so far stay.
                 throw Exception("Allowable computational frequency range of " + allowed.toString() +
                                 " couldn't accomodate " + arg->compFreqRange().toString());
             }
@@ -187,6 +216,7 @@ ShadingNode* ShadingNodeSpec::addInternalNode(const std::string& functionName,
         ++arg;
     }
     evaluateCompFrequencies(node);
+    undo.keep();
     return node;
 }
 
@@ -223,6 +253,33 @@ void ShadingNodeSpec::evaluateCompFrequencies(ShadingNode* node) {
     checkOwns(node);
     if (const ShadingAttribute* missing = evaluateWhereConnected(*node)) {
         throw Exception("Input is not connected: " + missing->name());
+    }
+}
+
+void ShadingNodeSpec::evaluateAllCompFrequencies() {
+    for (const ShadingNode* node : fInternalNodes) {
+        if (node->isCall()) {
+            checkInputs(*node);
+        }
+    }
+    const FlatGraph graph(*this, true);
+    std::vector<CompFreqRange> ranges;
+    for (const unsigned int slot : graph.postOrder()) {
+        ShadingNode& node = *graph.node(slot);
+        if (!node.isCall()) {
+            continue;
+        }
+        evaluateWhereConnected(node);
+        ranges.clear();
+        for (const ShadingAttribute& output : node.fSpec->fOutputs) {
+            ranges.push_back(node.compFreqRangeOfOutput(output.name()));
+        }
+        for (ShadingLink* link : node.fOutgoingLinks) {
+            const auto output = static_cast<std::size_t>(link->fSourceOutput); // -1 is beyond all of them
+            if (output < ranges.size()) {
+                link->fCompFreqRange = ranges[output];
+            }
+        }
     }
 }
 

@@ -21,8 +21,8 @@ struct LibraryKeeper {
 
 void ShadingNodeSpec::addToLibrary() {
     if (!fHome) {
-        fFullySpecified = true;
         fLibraryPlace = fLibrary.emplace(fName, this); // behind those of the same name
+        fFullySpecified = true;
         fHome = &fLibrary;
     }
 }

@@ -28,9 +28,11 @@ std::vector<SlotOfNode> byAddress(const FlatGraph& graph, const std::vector<unsi
 
 void appendNodes(std::list<ShadingNode*>& result, const FlatGraph& graph,
                  const std::vector<unsigned int>& slots) {
+    std::list<ShadingNode*> nodes;
     for (const unsigned int slot : slots) {
-        result.push_back(graph.node(slot));
+        nodes.push_back(graph.node(slot));
     }
+    result.splice(result.end(), nodes);
 }
 
 } // namespace

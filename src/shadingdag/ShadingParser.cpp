@@ -131,11 +131,15 @@ std::string ShadingParser::errorString() {
 
 void ShadingParser::reportError(const std::string& message) {
     forgetFunction();
-    const Token& front = token_ahead(0);
-    fErrorText = "stdlib.qvs(" + front.fileLocation().toString() + ") : error " + message + "\n";
-    const bool atEnd = front.type() == kEndOfInput;
-    const unsigned int begin = atEnd ? sourceSize() - MemMappedFile::kEndSize : front.offset();
-    addDiagnostic(Diagnostic::kError, "", begin, begin + front.length(), message);
+    try {
+        const Token& front = token_ahead(0);
+        fErrorText = "stdlib.qvs(" + front.fileLocation().toString() + ") : error " + message + "\n";
+        const bool atEnd = front.type() == kEndOfInput;
+        const unsigned int begin = atEnd ? sourceSize() - MemMappedFile::kEndSize : front.offset();
+        addDiagnostic(Diagnostic::kError, "", begin, begin + front.length(), message);
+    } catch (const std::bad_alloc&) {
+        fErrorText = "Out of memory\n"; // short enough to need none
+    }
 }
 
 /// A list of diagnostics for which there is no memory is left as it is.

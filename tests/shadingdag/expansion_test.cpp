@@ -1,6 +1,10 @@
 #include "GraphTesting.h"
 
+#include "shadingdag/Graphviz.h"
+
 #include <cstdint>
+#include <functional>
+#include <list>
 #include <map>
 #include <optional>
 #include <random>
@@ -151,6 +155,20 @@ TEST_F(Expansion, PutsTheBodyInPlaceOfTheCall) {
                             "7:5.c->7.a vertex; 8:6.output->7.b constant; 9:7.output->4.a vertex; "
                             "10:1.side->4.b constant:fragment; 11:7.output->0.output vertex");
     EXPECT_EQ(evaluate(*g), before);
+    const OwnedSpec copy(g->clone());
+    EXPECT_EQ(specText(*copy), specText(*g)) << "also of a graph whose ranges were not evaluated again";
+
+    // The ranges behind the call, where the body had others than the function declares.
+    g->evaluateAllCompFrequencies();
+    EXPECT_EQ(linksText(*g), "4:4.output->0.output vertex:fragment; 6:2.q->5.x uniform; "
+                             "7:5.c->7.a vertex; 8:6.output->7.b constant; 9:7.output->4.a vertex; "
+                             "10:1.side->4.b constant:fragment; 11:7.output->0.output vertex");
+    EXPECT_EQ(op->compFreqRangeOfOutput("output"), CompFreqRange(3, 4));
+    linksOf(*g)[1]->setDestAttrName("elsewhere");
+    linksOf(*g)[3]->setCompFreqRange({4, 4});
+    const std::string text = specText(*g);
+    EXPECT_EQ(thrownBy([&] { g->evaluateAllCompFrequencies(); }), "Input is not connected: x");
+    EXPECT_EQ(specText(*g), text);
 }
 
 // A kept source name need not exist on the node that the link leaves; the value is found all the
@@ -238,32 +256,59 @@ TEST_F(Expansion, PassesValuesThroughAndExpandsItself) {
     EXPECT_EQ(nodesOf(*caller).size(), 3U);
 }
 
+// name0, name1, …: each calls the one before twice; the first computes something or passes through.
+ShadingNodeSpec* declareDoubling(const std::string& name, int levels, bool computes) {
+    for (int i = 0; i <= levels; ++i) {
+        ShadingNodeSpec* spec = makeSpec(kFunctionNode, name + std::to_string(i), {{kFloat, "x", {}}});
+        ShadingAttribute value = parameter(*spec, "x");
+        if (i > 0) {
+            const std::string previous = name + std::to_string(i - 1);
+            value = valueOf(spec->addInternalNode(previous, {value}));
+            value = valueOf(spec->addInternalNode(previous, {value}));
+        } else if (computes) {
+            value = valueOf(spec->addInternalNode("op", {value, value}));
+        }
+        spec->connectOutput(value, parameter(*spec, "output"));
+        spec->addToLibrary();
+    }
+    return ShadingNodeSpec::findSpecInLibrary(name + std::to_string(levels));
+}
+
+// `count` calls of a function of `size` calls with two links each.
+OwnedSpec makeWide(const std::string& name, int count, int size) {
+    for (int level = 0; level < 2; ++level) {
+        ShadingNodeSpec* spec = makeSpec(kFunctionNode, name + std::to_string(level), {{kFloat, "x", {}}});
+        const ShadingAttribute x = parameter(*spec, "x");
+        for (int i = 0; i < (level == 0 ? size : count); ++i) {
+            level == 0 ? spec->addInternalNode("op", {x, x}) : spec->addInternalNode(name + "0", {x});
+        }
+        if (level == 1) {
+            return OwnedSpec(spec);
+        }
+        spec->connectOutput(x, parameter(*spec, "output"));
+        spec->addToLibrary();
+    }
+    return nullptr;
+}
+
 TEST_F(Expansion, RefusesToExplode) {
     declareSinCos();
-    // Each function calls the one before twice; the first computes something or passes through.
-    for (const bool computes : {true, false}) {
-        const std::string name = computes ? "double" : "through";
-        for (int i = 0; i < 60; ++i) {
-            ShadingNodeSpec* spec = makeSpec(kFunctionNode, name + std::to_string(i), {{kFloat, "x", {}}});
-            ShadingAttribute value = parameter(*spec, "x");
-            if (i > 0) {
-                const std::string previous = name + std::to_string(i - 1);
-                value = valueOf(spec->addInternalNode(previous, {value}));
-                value = valueOf(spec->addInternalNode(previous, {value}));
-            } else if (computes) {
-                value = valueOf(spec->addInternalNode("op", {value, value}));
-            }
-            spec->connectOutput(value, parameter(*spec, "output"));
-            spec->addToLibrary();
-        }
-        ShadingNodeSpec* last = ShadingNodeSpec::findSpecInLibrary(name + "59");
-        const std::string text = specText(*last);
-        EXPECT_EQ(thrownBy([&] { last->expandFunctionCalls(); }),
-                  "Expansion gives more than 16777216 nodes: " + name + "59");
-        EXPECT_EQ(specText(*last), text);
-        ShadingNodeSpec* small = ShadingNodeSpec::findSpecInLibrary(name + "10");
+    const std::string refused = "Expansion gives more than 16777216 ";
+    const auto check = [&](ShadingNodeSpec& spec, const std::string& expected) {
+        const std::string text = specText(spec);
+        EXPECT_EQ(thrownBy([&] { spec.expandFunctionCalls(); }), expected);
+        EXPECT_EQ(specText(spec), text);
+    };
+    check(*declareDoubling("sum", 59, true), refused + "calls: sum59");
+    check(*declareDoubling("id", 59, false), refused + "calls: id59");
+    // Two nodes in the end, and more than the limit on the way there: before the last level 2^23 calls
+    // with a link each.
+    check(*ShadingNodeSpec::findSpecInLibrary("id23"), refused + "nodes and links: id23");
+    check(*makeWide("wide", 4100, 4100), refused + "nodes and links: wide1");
+    for (const char* name : {"sum10", "id10"}) {
+        ShadingNodeSpec* small = ShadingNodeSpec::findSpecInLibrary(name);
         small->expandFunctionCalls();
-        EXPECT_EQ(nodesOf(*small).size(), computes ? 1026U : 2U);
+        EXPECT_EQ(nodesOf(*small).size(), *name == 's' ? 1026U : 2U);
         checkGraph(*small);
     }
 }
@@ -374,14 +419,99 @@ TEST_F(Expansion, ReplacesACall) {
     EXPECT_EQ(spec->input(1).dataType(), kFloat3);
     EXPECT_TRUE(spec->input(1).nodePtr()->isLightSpecific());
 
-    // The function itself, which grows while it is walked.
-    ShadingNodeSpec* self = makeSpec(kFunctionNode, "self", {{kFloat, "a", {}}, {kFloat, "b", {}}});
-    self->addToLibrary();
-    const ShadingAttribute a = parameter(*self, "a");
-    ShadingNode* one = self->addInternalNode("one", {a});
-    EXPECT_EQ(self->replaceOperationNode(one, self, true)->name(), "self");
-    EXPECT_EQ(self->numInputs(), 3);
-    checkGraph(*self);
+    // An extra input of a name that is taken: once among the function's own, once among the new ones.
+    declare("again", {{kFloat, "a", {}}, {kFloat, "b", {}}, {kFloat3, "light", {}}, {kFloat, "x", {}}});
+    declare("twice",
+            {{kFloat, "a", {}}, {kFloat, "b", {}}, {kFloat3, "light", {}}, {kInt, "n", {}}, {kInt, "n", {}}});
+    const std::string before = specText(*spec);
+    for (const char* other : {"again", "twice"}) {
+        EXPECT_EQ(spec->replaceOperationNode(node, find(other), true), nullptr) << other;
+    }
+    EXPECT_EQ(specText(*spec), before);
+}
+
+// Nodes whose own setters made them something else: what then does not fit together is refused as a
+// target and as a body, and can still be ordered and drawn.
+TEST_F(Expansion, ChecksFunctionsWhoseNodesWereChanged) {
+    declareSinCos();
+    ShadingNodeSpec* id = makeSpec(kFunctionNode, "id", {{kFloat, "x", {}}});
+    id->connectOutput(parameter(*id, "x"), parameter(*id, "output"));
+    id->addToLibrary();
+    ShadingNodeSpec* op = ShadingNodeSpec::findSpecInLibrary("op");
+    const struct {
+        const char* message; // "": fits together
+        std::function<void(std::vector<ShadingNode*>&, ShadingNodeSpec&)> change;
+    } rows[] = {
+        {"", [](auto& n, auto&) { n[1]->setInput(kFloat3, "x"); }},
+        {"", [](auto& n, auto&) { n[2]->setConstant(TypedConstant(1, 2)); }},
+        {"", [&](auto& n, auto&) { n[3]->setOperator(op); }},
+        {"node 1 (op) was x", [&](auto& n, auto&) { n[1]->setOperator(op); }},
+        {"node 2 (op) was output", [&](auto& n, auto&) { n[2]->setOperator(op); }},
+        {"node 2 (c) was output", [](auto& n, auto&) { n[2]->setInput(kFloat, "c"); }},
+        {"node 1 (x) was x", [](auto& n, auto&) { n[1]->setOutput(kFloat, "x"); }},
+        {"node 0 (output) was output", [](auto& n, auto&) { n[0]->setInput(kFloat, "output"); }},
+        {"node 1 (renamed) was x", [](auto& n, auto&) { n[1]->setInput(kFloat, "renamed"); }},
+        {"node 0 (renamed) was output", [](auto& n, auto&) { n[0]->setOutput(kFloat, "renamed"); }},
+        {"node 1 (1) was x", [](auto& n, auto&) { n[1]->setConstant(TypedConstant(1.0F)); }},
+        {"node 3 (x) is in no list", [](auto& n, auto&) { n[3]->setInput(kFloat, "x"); }},
+        {"node 3 (1) is in no list", [](auto& n, auto&) { n[3]->setConstant(TypedConstant(1.0F)); }},
+        {"node 3 (output) is in no list", [](auto& n, auto&) { n[3]->setOutput(kFloat, "output"); }},
+        {"node 3 (2) is in no list", [](auto& n, auto&) { *n[3] = *n[2]; }},
+        {"node 3 (invalidNodeType) is in no list", [](auto& n, auto&) { *n[3] = ShadingNode(); }},
+        {"node 1 (invalidNodeType) was x", [](auto& n, auto&) { *n[1] = ShadingNode(); }},
+        {"a link leaves node 0 (output)",
+         [](auto& n, auto& spec) {
+             n[0]->setInput(kFloat, "output");
+             spec.addInternalNode("op", {valueOf(n[0]), valueOf(n[0])});
+             n[0]->setOutput(kFloat, "output");
+         }},
+        {"links go in a circle",
+         [](auto& n, auto& spec) {
+             n[1]->setOutput(kFloat, "x");
+             spec.connectOutput(valueOf(n[3]), ShadingAttribute(n[1], "x"));
+             n[1]->setInput(kFloat, "x");
+         }},
+    };
+    for (const auto& row : rows) {
+        // 0: output, 1: x, 2: 2, 3: op(x, 2), 4: id(3) -> output
+        ShadingNodeSpec* spec = makeSpec(kFunctionNode, "f", {{kFloat, "x", {}}});
+        const ShadingAttribute two = valueOf(spec->addInternalNode(TypedConstant(2.0F)));
+        const ShadingAttribute sum = valueOf(spec->addInternalNode("op", {parameter(*spec, "x"), two}));
+        ShadingNode* last = spec->addInternalNode("id", {sum});
+        spec->connectOutput(valueOf(last), parameter(*spec, "output"));
+        spec->addToLibrary();
+        const OwnedSpec caller(makeSpec(kFunctionNode, "caller", {{kFloat, "x", {}}}));
+        ShadingNode* call = caller->addInternalNode("f", {parameter(*caller, "x")});
+        std::vector<ShadingNode*> nodes = nodesOf(*spec);
+        row.change(nodes, *spec);
+
+        const std::string text = convertToGraphviz(spec, true, true);
+        const std::string links = linksText(*spec) + linksText(*caller);
+        const bool fits = *row.message == '\0';
+        const std::string message =
+            std::string("The nodes of function f were changed and do not fit together: ") + row.message;
+        EXPECT_EQ(thrownBy([&] { delete spec->clone(); }), fits ? "nothing" : message);
+        if (!fits) {
+            EXPECT_EQ(thrownBy([&] { spec->expandNode(last); }), message);
+            EXPECT_EQ(thrownBy([&] { spec->expandFunctionCalls(); }), message);
+            EXPECT_EQ(thrownBy([&] { spec->replaceOperationNode(last, id, false); }), message);
+            EXPECT_EQ(thrownBy([&] { caller->expandNode(call); }), message);
+            EXPECT_EQ(thrownBy([&] { caller->expandFunctionCalls(); }), message);
+        }
+        std::map<ShadingNode*, unsigned int> distance;
+        std::list<ShadingNode*> order;
+        spec->fastTopoSort(&order, true);
+        EXPECT_EQ(order.size(), nodesOf(*spec).size());
+        spec->computeDistance(nodes[0], distance, true);
+        spec->computeDeepestChildrenDistance(nodes[0], distance, distance, false);
+        spec->optimalTopoSort(distance, &order);
+        EXPECT_EQ(convertToGraphviz(spec, true, true), text);
+        EXPECT_EQ(linksText(*spec) + linksText(*caller), links);
+        checkGraph(*caller);
+        caller->expandNode(fits ? call : nodesOf(*caller)[0]);
+        checkGraph(*caller);
+        delete spec;
+    }
 }
 
 // Outputs of other names are matched by position, the returned value with the returned value.

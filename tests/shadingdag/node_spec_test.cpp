@@ -175,6 +175,23 @@ TEST_F(NodeSpec, ListsItsParameters) {
     EXPECT_EQ(spec->dataTypeOfOutput("x"), kInvalidDataType);
     EXPECT_FALSE(spec->isFullySpecified());
     EXPECT_TRUE(spec->isProperlyConnected());
+    for (const int kind : {-1, 0, 1, 2, 3, 6}) {
+        EXPECT_EQ(ShadingNodeSpec::createNew(static_cast<NodeType>(kind)), nullptr);
+    }
+}
+
+// The class comment's example, with what addInput and addOutput return.
+TEST_F(NodeSpec, TakesParametersForTheirValues) {
+    declare("op", {{kFloat, "a", {}}, {kFloat, "b", {}}});
+    const OwnedSpec spec(ShadingNodeSpec::createNew(kFunctionNode));
+    const ShadingAttribute* x = spec->addInput(kFloat, "x", {2, 2});
+    const ShadingAttribute* y = spec->addInput(kFloat, "y", {});
+    const ShadingAttribute* first = spec->addOutput(kFloat, "first", {});
+    const ShadingAttribute* second = spec->addOutput(kFloat, "second", {});
+    spec->connectOutput({spec->addInternalNode("op", {x, y}), "output"}, first);
+    spec->connectOutput(x, second);
+    EXPECT_EQ(linksText(*spec), "0:0.x->4.a uniform; 1:1.y->4.b constant:fragment; "
+                                "2:4.output->2.first uniform:fragment; 3:0.x->3.second uniform");
 }
 
 TEST_F(NodeSpec, ResolvesCallsByExactTypes) {

@@ -309,12 +309,16 @@ TEST_F(ShadingParserTest, ReadsFilesOneBehindTheOther) {
     EXPECT_TRUE(parser.parseFile(writeSource("parser.qvs", "float a();\nfloat dropped("), true));
     EXPECT_TRUE(parser.parseFile(writeSource("parser.qvs", "float b(float x) { return x; }"), true));
     EXPECT_EQ(terms("b"), "output=x");
+    // What has no end goes with its file.
+    EXPECT_TRUE(parser.parseFile(writeSource("parser.qvs", "float a2(); /* lost"), true));
+    EXPECT_TRUE(parser.parseFile(writeSource("parser.qvs", "float b2(float x) { return x; }"), true));
+    EXPECT_EQ(terms("b2"), "output=x");
     // The rest of a file with an error is read with the next file.
     EXPECT_FALSE(parser.parseFile(writeSource("parser.qvs", "float c() { return y; }\nfloat d();"), true));
-    EXPECT_EQ(parser.errorString(), "stdlib.qvs(line 8, column 20) : error Unexpected variable-name\n");
+    EXPECT_EQ(parser.errorString(), "stdlib.qvs(line 11, column 20) : error Unexpected variable-name\n");
     ShadingParser copy = parser;
     EXPECT_FALSE(copy.parseFile(writeSource("parser.qvs", "float e();"), true));
-    EXPECT_EQ(copy.errorString(), "stdlib.qvs(line 8, column 20) : error Token is not a valid return type\n");
+    EXPECT_EQ(copy.errorString(), "stdlib.qvs(line 11, column 20) : error Token is not a valid return type\n");
 }
 
 /// The origin of each node, as "name at line:column of the function in its file, first variable".
