@@ -28,7 +28,7 @@ struct QV_EXPORT Exception {
 /// Throws `Exception(message)` (an internal error) unless `condition` holds; in every build.
 QV_EXPORT void verifyAlways(bool condition, const std::string& message);
 
-/// The same for a fixed text, which becomes a string only when the check fails.
+/// Throws in the same way; the text becomes a string only when the check fails.
 inline void verifyAlways(bool condition, const char* message) {
     if (!condition) [[unlikely]] {
         throw Exception(std::string(message));

@@ -117,7 +117,8 @@ void qvArray::removeAt(unsigned int index, unsigned int count) {
     }
     const unsigned int last = fLength - 1;
     if (index == last) {
-        fLength = last; // On purpose: the last element goes even when `count` is 0.
+        // On purpose: the last element is removed even when `count` is 0.
+        fLength = last;
         return;
     }
     count = std::min(count, fLength - index);

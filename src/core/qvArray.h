@@ -41,7 +41,7 @@ public:
     /// Sets the length. New elements are uninitialised; a shorter array keeps its block. Returns 0,
     /// also when the array was left as it was (`length()` tells).
     unsigned int changeLogicalSizeTo(unsigned int n);
-    /// The same for the length plus `delta`; below 0 counts as 0.
+    /// Adds `delta` to the length, down to 0 at least. Returns 0, also when the array was left as it was.
     unsigned int changeLogicalSizeBy(int delta);
 
     /// Makes room for `extra` more elements than are in use.
@@ -75,7 +75,7 @@ protected:
 
     /// The address of element `i`, which must be below the physical size.
     void* address(unsigned int i) { return fData + std::size_t{fElementSize} * i; }
-    /// The same for reading.
+    /// The address of element `i`, to read it.
     const void* address(unsigned int i) const { return fData + std::size_t{fElementSize} * i; }
 
     /// Inserts `count` elements before `position` (cut to the length). They may lie in the array

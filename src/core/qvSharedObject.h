@@ -20,21 +20,21 @@
 class QV_EXPORT qvSharedObject {
 public:
     qvSharedObject() = default;
-    /// On purpose: a copy starts with the count of its source.
+    /// On purpose: a copy starts with the count of its source, not with 0.
     qvSharedObject(const qvSharedObject& other) = default;
-    /// On purpose: the source's count overwrites the target's own.
+    /// On purpose: the source's count overwrites the target's own, whoever holds references to it.
     qvSharedObject& operator=(const qvSharedObject& other) = default;
     virtual ~qvSharedObject();
 
     /// Adds a reference. Returns the new count.
     int ref() { return ++fRefCount; }
-    /// The same for a pointer that may be null, which gives 0.
+    /// Adds a reference to what may be null, which gives 0.
     static int ref(qvSharedObject* object) { return object ? object->ref() : 0; }
 
     /// Drops a reference. Destroys the object when none is left (also when there was none before)
     /// and returns 0; otherwise returns the new count.
     int unref();
-    /// The same for a pointer that may be null, which gives 0.
+    /// Drops a reference to what may be null, which gives 0.
     static int unref(qvSharedObject* object) { return object ? object->unref() : 0; }
 
     /// Drops a reference without ever destroying the object. Returns the new count, which may be
@@ -53,7 +53,8 @@ public:
     static void* operator new(std::size_t size, std::align_val_t alignment) = delete;
     /// Construction in place, as standard containers do it.
     static void* operator new(std::size_t, void* place) noexcept { return place; }
-    /// On purpose: prints a warning to standard output and leaks the storage.
+    /// On purpose: `delete` runs the destructor, prints a warning to standard output and leaks the
+    /// storage.
     static void operator delete(void* storage);
     /// Ends a construction in place that threw.
     static void operator delete(void*, void*) noexcept {}

@@ -5,8 +5,11 @@ namespace qvShadingDag {
 FlatGraph::FlatGraph(const ShadingNodeSpec& spec, bool upstream)
     : fNodes(spec.fNodeSlots), fSize(static_cast<unsigned int>(fNodes.size())), fOffsets(fSize + 2),
       fNeighbours(spec.fInternalLinks.size()) {
-    // Counted two places further on and summed up, each offset is the start of the run before it;
-    // filling the runs moves it to its end, where the next one starts.
+    // The run of the node in slot i is to lie from fOffsets[i] up to fOffsets[i + 1].
+    // 1. Count the neighbours of slot i in fOffsets[i + 2].
+    // 2. Sum up: fOffsets[i + 1] is then where the run of slot i begins.
+    // 3. Put each neighbour where fOffsets[i + 1] points and move that on: in the end it points behind
+    //    the run, which is where the next one begins.
     const auto forEachLink = [&](const auto& use) {
         for (const auto& [source, dest] : spec.fLinkSlots) {
             if (source != ShadingNodeSpec::kNoSlot) {

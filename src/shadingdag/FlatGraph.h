@@ -35,16 +35,16 @@ public:
     unsigned int* neighboursBegin(unsigned int slot) { return fNeighbours.data() + fOffsets[slot]; }
     unsigned int* neighboursEnd(unsigned int slot) { return fNeighbours.data() + fOffsets[slot + 1]; }
 
-    /// All nodes, depth first: in the order in which the walk leaves them for good, hence each
-    /// behind all that it reaches. Walks start from the nodes in turn that `startsWalk(slot)`
-    /// accepts and that none has reached before.
+    /// All nodes, each behind all that it reaches, where links do not go in a circle. Depth first walks
+    /// start from every node in turn that `startsWalk(slot)` accepts and that no walk has reached
+    /// before; the order is that in which they leave the nodes for the last time.
     template <typename Starts>
     std::vector<unsigned int> postOrder(const Starts& startsWalk) const;
-    /// The same from every node.
+    /// The order of walks from every node.
     std::vector<unsigned int> postOrder() const {
         return postOrder([](unsigned int) { return true; });
     }
-    /// The same from one node: what can be reached from it.
+    /// The order of the walk from one node: of all that can be reached from it.
     std::vector<unsigned int> postOrderFrom(unsigned int start) const;
 
 private:

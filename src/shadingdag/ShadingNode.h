@@ -98,7 +98,8 @@ public:
     /// The node's own type; for a call that of the called function's input of that name,
     /// `kInvalidDataType` when there is none.
     DataType dataTypeOfInput(const std::string& name) const;
-    /// The same for an output.
+    /// The node's own type; for a call that of the called function's output of that name,
+    /// `kInvalidDataType` when there is none.
     DataType dataTypeOfOutput(const std::string& name) const;
 
     /// Sets the frequencies at which the output `name` can be computed. A node that is no call has

@@ -94,7 +94,7 @@ public:
 
     /// Whether the function is complete: it has entered the library.
     bool isFullySpecified() const { return fFullySpecified; }
-    /// On purpose: always true, also with outputs that nothing is connected to.
+    /// On purpose: the answer is always true, also with outputs that nothing is connected to.
     bool isProperlyConnected() const { return true; }
 
     /// @name The interface
@@ -104,7 +104,7 @@ public:
     /// then names. The output called "output" is the value that the function returns: it is not on
     /// the argument list. The pointers stay valid as long as the function lives.
     const ShadingAttribute* addInput(DataType type, const std::string& name, const CompFreqRange& range);
-    /// The same for an output.
+    /// Appends an output and returns it, as `addInput` does.
     const ShadingAttribute* addOutput(DataType type, const std::string& name, const CompFreqRange& range);
 
     /// The number of inputs.
@@ -114,12 +114,12 @@ public:
     /// The input at position `i`, counted from 0. Throws when there is none. Walks the list.
     const ShadingAttribute& input(int i) const;
 
-    /// The begin and end of a list, in declaration order: inputs, outputs, and one entry per
-    /// constant of the body.
+    /// The begin and end of the inputs. These lists are in declaration order; that of the constants
+    /// has one entry per constant of the body.
     void inputs(AttributeIterator& first, AttributeIterator& last) const;
-    /// The same for the outputs.
+    /// The begin and end of the outputs.
     void outputs(AttributeIterator& first, AttributeIterator& last) const;
-    /// The same for the constants.
+    /// The begin and end of the constants.
     void constants(AttributeIterator& first, AttributeIterator& last) const;
     /// What a call is matched against: all parameters in source order, each marked `kInputNode` or
     /// `kOutputNode`.
@@ -131,26 +131,25 @@ public:
 
     /// The position (from 0) of the first input of that name; -1 when there is none.
     int getOffsetOfInput(const std::string& name) const;
-    /// The same, and a copy of the input in `found`, which stays as it was when there is none.
+    /// That position, and a copy of the input in `found`, which stays as it was when there is none.
     int getOffsetOfInput(const std::string& name, ShadingAttribute& found) const;
     /// The position (from 0) of the first output of that name; -1 when there is none.
     int getOffsetOfOutput(const std::string& name) const;
 
-    /// The type of the first input, output or constant of that name; `kInvalidDataType` when there
-    /// is none.
+    /// The type of the first input of that name; `kInvalidDataType` when there is none.
     DataType dataTypeOfInput(const std::string& name) const;
-    /// The same for an output.
+    /// The type of the first output of that name; `kInvalidDataType` when there is none.
     DataType dataTypeOfOutput(const std::string& name) const;
-    /// The same for a constant.
+    /// The type of the first constant of that name; `kInvalidDataType` when there is none.
     DataType dataTypeOfConstant(const std::string& name) const;
     /// @}
 
     /// @name The graph
     /// @{
 
-    /// The begin and end of the list of nodes or links, in the order in which they were made.
+    /// The begin and end of the nodes, in the order in which they were made.
     void internalNodes(NodeIterator& first, NodeIterator& last) const;
-    /// The same for the links.
+    /// The begin and end of the links, in the order in which they were made.
     void internalLinks(LinkIterator& first, LinkIterator& last) const;
 
     /// Makes a constant node. Its value is its output "output".
@@ -161,8 +160,11 @@ public:
     ///
     /// Throws without any change when no function matches, when a value is used before it is
     /// assigned, and when a value belongs to another graph. Throws when the frequencies of an
-    /// argument are not among those that the parameter allows; on purpose the node and the links
-    /// made so far then stay. Takes linear time in the overloads of that name.
+    /// argument are not among those that the parameter allows. Takes linear time in the overloads of
+    /// that name.
+    ///
+    /// On purpose: a call that is refused for its frequencies stays in the graph, with the links that
+    /// were made before.
     ShadingNode* addInternalNode(const std::string& functionName, const std::list<ShadingAttribute>& args);
 
     /// Links the value `from` to the output of this function that `to` names. A value that is itself
@@ -178,9 +180,9 @@ public:
     /// links that feed it. Other nodes are left alone. Throws when an input is not connected.
     void evaluateCompFrequencies(ShadingNode* node);
 
-    /// The same for every call, each behind those that feed it, and gives every link that leaves a call
-    /// the new range of the output that it reads. After an expansion, which leaves the ranges behind
-    /// the call as they are, all ranges of the graph are true again. Throws without any change when an
+    /// Works out the frequencies of every call, each behind those that feed it, and gives every link that
+    /// leaves a call the new range of the output that it reads. After an expansion, which leaves the ranges
+    /// behind the call as they are, all ranges of the graph are true again. Throws without any change when an
     /// input is not connected; where memory runs out, some ranges may be new.
     void evaluateAllCompFrequencies();
     /// @}
@@ -323,8 +325,9 @@ private:
     std::list<ShadingNode*> fInternalNodes;
     std::list<ShadingLink*> fInternalLinks;
 
-    // The same graph once more, for whoever walks all of it: nodes and, per link, the slots of
-    // source and destination, in list order. Slots of what was destroyed stay unused for a while.
+    // The graph once more, in arrays, for whoever walks all of it: the nodes, and for each link the
+    // slots of its source and destination in the first array, both in list order. The slots of what
+    // was destroyed stay unused for a while.
     static constexpr unsigned int kNoSlot = ~0U;
     std::vector<ShadingNode*> fNodeSlots;                          // null: unused
     std::vector<std::pair<unsigned int, unsigned int>> fLinkSlots; // kNoSlot twice: unused

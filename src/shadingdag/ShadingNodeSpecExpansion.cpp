@@ -143,7 +143,8 @@ void ShadingNodeSpec::dropUnusedSlots() {
 /// 1. The body is sorted so that every node comes behind those that feed it.
 /// 2. Each of its nodes gets something in the target that has its value: an input what feeds the
 ///    call there, a constant and a call a copy; a copied call is linked and evaluated at once.
-/// 3. What left the call leaves instead what feeds the body's output that it read.
+/// 3. Every link that left the call read one of the body's outputs. It is made again, and now leaves
+///    the node of the target that has the value which the body connects to that output.
 /// 4. The call and its links are destroyed.
 ///
 /// Interface and constant nodes have one value, so that it is found by node, whatever name a link
@@ -226,7 +227,8 @@ void BodyCopier::expand(ShadingNode* call) {
 
     for (const ShadingLink* link : call->outgoingLinks()) {
         const LinkSource value = valueBehind(*feeds[static_cast<std::size_t>(link->sourceOutput())]);
-        // On purpose: type and source attribute name stay those of the old link.
+        // On purpose: the new link keeps the type and the source attribute name of the old one, which need
+        // not be those of what it now reads.
         LinkSource source(*link, value.node);
         source.output = value.output;
         source.range = value.range;

@@ -33,8 +33,9 @@ CompFreqRange combine(const CompFreqRange& running, const CompFreqRange& input) 
     return isEmpty(low, high) ? CompFreqRange(kInvalidFreq, kInvalidFreq) : CompFreqRange(low, high);
 }
 
-/// The range of an output from that of the inputs. On purpose the highest level that the output
-/// declares takes no part.
+/// The range of an output from that of the inputs.
+/// On purpose: the highest level that the output declares takes no part, so that a result may have
+/// later levels than its function declares.
 CompFreqRange outputRange(const CompFreqRange& inputs, const CompFreqRange& declared) {
     const unsigned int low = std::max(inputs.lowest(), declared.lowest());
     const unsigned int high = inputs.highest();
@@ -207,7 +208,7 @@ ShadingNode* ShadingNodeSpec::addInternalNode(const std::string& functionName,
         if (marker == kInputNode) {
             const CompFreqRange& allowed = parameter.compFreqRange();
             if (!allowed.contains(arg->compFreqRange())) {
-                undo.keep(); // On purpose: the call and the links made so far stay.
+                undo.keep();
                 throw Exception("Allowable computational frequency range of " + allowed.toString() +
                                 " couldn't accomodate " + arg->compFreqRange().toString());
             }
@@ -289,7 +290,8 @@ const ShadingAttribute* ShadingNodeSpec::evaluateWhereConnected(ShadingNode& nod
     if (!node.isCall()) {
         return nullptr;
     }
-    // On purpose: an empty range on the way is forgotten when the next input comes in.
+    // On purpose: an empty range on the way is forgotten when the next input comes in, so that only the
+    // last inputs can leave the result empty.
     CompFreqRange running(kInvalidFreq, kInvalidFreq);
     const InputFinder finder(node);
     for (const ShadingAttribute& input : node.fSpec->fInputs) {

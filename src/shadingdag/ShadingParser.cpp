@@ -24,6 +24,9 @@ namespace {
 
 constexpr unsigned int kMaxNesting = 256;
 
+// On purpose: this is said of every source that cannot be read, whatever its name.
+constexpr const char* kNoSource = "Couldn't not find stdlib.qvs file!\n";
+
 /// One more open compound statement, parenthesis or argument list, as long as it lives.
 class Nesting {
 public:
@@ -69,7 +72,7 @@ int componentIndex(char letter) {
 
 bool ShadingParser::parseFile(const std::string& fileName, bool /*flag*/) {
     if (!openFile(fileName)) {
-        fErrorText = "Couldn't not find stdlib.qvs file!\n"; // On purpose: whatever the name.
+        fErrorText = kNoSource;
         return false;
     }
     return parseSource();
@@ -77,8 +80,7 @@ bool ShadingParser::parseFile(const std::string& fileName, bool /*flag*/) {
 
 bool ShadingParser::parseText(const std::string& name, std::string_view text) {
     if (!openText(name, text)) {
-        fErrorText = "Couldn't not find stdlib.qvs file!\n"; // On purpose: the only text for a source that
-                                                             // cannot be read.
+        fErrorText = kNoSource;
         return false;
     }
     return parseSource();
@@ -161,7 +163,6 @@ void ShadingParser::forgetFunction() {
     fSpec = nullptr;
     fBody.reset();
     fOrigin.reset();
-    fNesting = 0;
     // Not clear(), which walks the table that the largest function so far has left.
     fVariables = std::unordered_map<std::string, Variable>();
 }
@@ -297,7 +298,8 @@ void ShadingParser::parseFunc() {
                 addDiagnostic(Diagnostic::kWarning, "dropped-header", first.offset(), end,
                               "what stands here is dropped: a header needs a \";\" or a body behind it");
             }
-            return; // On purpose: a header that nothing follows is dropped without an error.
+            // On purpose: a header that nothing follows is dropped without an error.
+            return;
         }
         if (type == kSemicolon) {
             parseFuncDecl();
@@ -421,7 +423,8 @@ void ShadingParser::parseArgument(unsigned int& index) {
     const ShadingAttribute* parameter = isOutput ? fSpec->addOutput(type, name.stringValue(), range)
                                                  : fSpec->addInput(type, name.stringValue(), range);
     markNode(parameter->nodePtr(), name.offset());
-    if (typeAhead(index) == kComma) { // On purpose: the comma may be missing.
+    // On purpose: the comma between two parameters may be missing.
+    if (typeAhead(index) == kComma) {
         ++index;
     }
 }
@@ -440,7 +443,7 @@ CompFreqRange ShadingParser::readOptionalCompFreqRange(unsigned int& index) {
     const unsigned int highest = frequencyLevel(typeAhead(index));
     verifyAlways(highest != kInvalidFreq, "Expected maximum frequency specifier.");
     ++index;
-    // On purpose: levels in the wrong order are no error.
+    // On purpose: levels in the wrong order are no error but an empty range, which no argument fits.
     return lowest > highest ? CompFreqRange(kInvalidFreq, kInvalidFreq) : CompFreqRange(lowest, highest);
 }
 
@@ -504,7 +507,8 @@ bool ShadingParser::parseReturnStatement() {
     if (typeAhead() != kReturn) {
         return false;
     }
-    // On purpose: also for a function that returns a value and has an "out" argument, too.
+    // On purpose: this refuses also the return of a function that has an "out" argument beside its
+    // returned value, which therefore cannot be set.
     verifyAlways(fSpec->numOutputs() == 1, "Return statement isn't valid for function returning void");
     consume_front_token();
     const ShadingAttribute value = parseAssignmentExpression();
@@ -517,7 +521,8 @@ bool ShadingParser::parseReturnStatement() {
     }
     verifyAlways(typeAhead() == kSemicolon, "Expected semicolon at end of return statement");
     consume_front_token();
-    assignVariable("output", value); // On purpose: binds nothing where the output is an argument.
+    // On purpose: a return in a function whose only output is an argument binds nothing.
+    assignVariable("output", value);
     return true;
 }
 
@@ -658,8 +663,9 @@ ShadingAttribute ShadingParser::parseCastExpression() {
 /// {prefix} postfix-expression: a loop instead of recursion, so that chains may be of any length.
 ShadingAttribute ShadingParser::parseUnaryExpression() {
     static constexpr Operator kPrefixes[] = {
-        {kPlusPlus, "operator++"}, // On purpose: changes no variable, nor does "--".
-        {kMinusMinus, "operator--"}, {kPlus, ""}, {kMinus, "operator-"}, {kNot, "operator!"},
+        // On purpose: "++" and "--" are calls like the others and change no variable.
+        {kPlusPlus, "operator++"}, {kMinusMinus, "operator--"}, {kPlus, ""},
+        {kMinus, "operator-"},     {kNot, "operator!"},
     };
     std::vector<std::pair<const char*, unsigned int>> prefixes; // with their places
     while (const char* function = functionOf(typeAhead(), kPrefixes)) {
@@ -756,7 +762,9 @@ TypedConstant ShadingParser::parseBracedNumbers() {
         consume_front_token();
     }
     TypedConstant constant;
-    if (count <= 4) { // On purpose: more values make a constant without a type, not an error.
+    // On purpose: more than four values are no error here but a constant without a type, which fits
+    // nowhere.
+    if (count <= 4) {
         constant.assignFloats(count, values[0], values[1], values[2], values[3]);
     }
     return constant;

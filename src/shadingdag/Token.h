@@ -112,7 +112,7 @@ private:
     FileLocation fFileLocation;
     unsigned int fOffset = 0;
     unsigned int fLength = 0;
-    unsigned int fIntValue = 1; // On purpose: 1, not 0.
+    unsigned int fIntValue = 1; // On purpose: a token that is no literal has the integer value 1, not 0.
     float fFloatValue = 0;
     DataType fDataType = kInvalidDataType;
     bool fHasFraction = false;

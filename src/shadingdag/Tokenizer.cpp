@@ -157,7 +157,9 @@ Token* Tokenizer::nextToken(Token* token) {
         }
         if (token->type() == kInvalidToken) {
             token->fText.assign(1, c);
-            ++fPosition; // On purpose: the column stays.
+            // On purpose: a character that starts no token does not move the column, so that what follows
+            // it on its line is reported too far to the left.
+            ++fPosition;
         }
         token->fLength = fPosition - token->fOffset;
     } catch (const Exception&) {
@@ -250,14 +252,10 @@ inline void Tokenizer::processDivide(Token* token) {
     const unsigned int start = fPosition;
     const char next = charAt(start + 1);
     if (next == '/' || next == '*') {
-        FileLocation location(fLine, fColumn);
-        const unsigned int end = next == '/' ? searchForOneChar(start + 2, '\n', location)
-                                             : searchForTwoChars(start + 2, '*', '/', location);
+        const unsigned int end = next == '/' ? endOfLineComment(start + 2) : endOfBlockComment(start + 2);
         token->setString(stringify(start, end));
         token->setType(kComment);
         fPosition = end + 1;
-        fLine = location.line;
-        fColumn = location.column;
     } else if (next == '=') {
         token->setType(kSlashAssign);
         token->setString("/=");
@@ -294,7 +292,8 @@ inline void Tokenizer::processNumeric(Token* token) {
     if (charAt(fPosition) == 'E' || charAt(fPosition) == 'e') {
         nextChar();
     }
-    // On purpose: a minus belongs to the literal without an exponent letter, too; "3-2" is 3.
+    // On purpose: a minus belongs to the literal also without an exponent letter, so that "3-2" is the
+    // literal 3.
     if (charAt(fPosition) == '-') {
         nextChar();
     }
@@ -304,37 +303,34 @@ inline void Tokenizer::processNumeric(Token* token) {
     token->setType(kNumericLiteral);
 }
 
-/// The index of the next `target` from `start` on; `location` follows the walk.
-unsigned int Tokenizer::searchForOneChar(unsigned int start, char target, FileLocation& location) const {
+/// The index of the line end that ends a line comment whose text begins at `start`; line and column
+/// become those behind it. At the end of the source they stay where the comment began.
+unsigned int Tokenizer::endOfLineComment(unsigned int start) {
+    unsigned int lines = 1;
     for (unsigned int i = start;; ++i) {
         const char c = charAt(i);
         const char following = charAt(i + 1);
         if (c == '/' && following == '/') {
-            // On purpose: the line ends unseen, the next line loses its first character, and the
-            // walk goes on in it. Two slashes inside a line comment take the next line with them.
+            // On purpose: two slashes inside a line comment take the next line with them, because the
+            // line end behind them goes unseen and the search goes on one character further.
             while (charAt(i) != '\n') {
                 ++i;
             }
             ++i;
-            location = FileLocation(location.line + 1, 1);
-            continue;
-        }
-        if (c == '\n') {
-            location = FileLocation(location.line + 1, 1);
-        }
-        if (c == target) {
+            ++lines;
+        } else if (c == '\n') {
+            fLine += lines;
+            fColumn = 1;
             return i;
-        }
-        if (c != '\n') {
-            ++location.column;
         }
     }
 }
 
-/// The index three past the next pair of `first` and `second` from `start` on; `location` follows
-/// the walk.
-unsigned int Tokenizer::searchForTwoChars(unsigned int start, char first, char second,
-                                          FileLocation& location) const {
+/// The index of the last byte that goes with a block comment whose text begins at `start`; line and
+/// column become those behind it, by the rules below. At the end of the source they stay where the
+/// comment began.
+unsigned int Tokenizer::endOfBlockComment(unsigned int start) {
+    FileLocation location(fLine, fColumn);
     for (unsigned int i = start;; ++i) {
         const char c = charAt(i);
         const char following = charAt(i + 1);
@@ -344,14 +340,17 @@ unsigned int Tokenizer::searchForTwoChars(unsigned int start, char first, char s
                 ++i;
             }
             location = FileLocation(location.line + 1, 1);
-        } else if (c == first && following == second) {
-            // On purpose: the two characters behind the pair go with it, a line end uncounted.
-            location.column += 2;
+        } else if (c == '*' && following == '/') {
+            // On purpose: the two characters behind the closing pair are lost with the comment, and a
+            // line end among them is not counted.
+            fLine = location.line;
+            fColumn = location.column + 2;
             return i + 3;
         } else if (c == '\n') {
             location = FileLocation(location.line + 1, 1);
         }
-        // On purpose: no other character moves the column.
+        // On purpose: no other character of a block comment moves the column, so that what follows it
+        // on its line is reported too far to the left.
     }
 }
 

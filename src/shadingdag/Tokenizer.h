@@ -65,8 +65,8 @@ private:
     void processDivide(Token* token);
     void processAlphanumeric(Token* token);
     void processNumeric(Token* token);
-    unsigned int searchForOneChar(unsigned int start, char target, FileLocation& location) const;
-    unsigned int searchForTwoChars(unsigned int start, char first, char second, FileLocation& location) const;
+    unsigned int endOfLineComment(unsigned int start);
+    unsigned int endOfBlockComment(unsigned int start);
 
     MemMappedFile fSource;
     SourceIndex fIndex;

@@ -15,8 +15,10 @@ namespace qvShadingDag {
 ///     color.toString(); // "{1,0.5,0,1}"
 ///
 /// Scalars and vectors lie in an area of four 32-bit words. A matrix3 or matrix4 is held on the
-/// heap and owned by the constant. On purpose, `clear`, `assignBool` and assignment do not free a
-/// matrix that the constant holds: call `release` before them.
+/// heap and owned by the constant.
+///
+/// On purpose: `clear`, `assignBool` and assignment do not free a matrix that the constant holds; it is
+/// lost unless `release` is called before them.
 class QV_EXPORT TypedConstant {
 public:
     /// The number of live objects.
@@ -40,15 +42,15 @@ public:
     TypedConstant& operator=(const TypedConstant& other);
     ~TypedConstant();
 
-    /// Release what is held and become a float, float2, float3, float4 or matrix4.
+    /// Releases what is held and becomes a float.
     void set(float x);
-    /// The same for a float2.
+    /// Releases what is held and becomes a float2.
     void set(float x, float y);
-    /// The same for a float3.
+    /// Releases what is held and becomes a float3.
     void set(float x, float y, float z);
-    /// The same for a float4.
+    /// Releases what is held and becomes a float4.
     void set(float x, float y, float z, float w);
-    /// The same for a matrix4.
+    /// Releases what is held and becomes a matrix4. Without memory there is a matrix4 without a value.
     void set(const qvLinear::ProjMatrix& matrix);
 
     /// Becomes a bool. Frees nothing.
@@ -56,7 +58,7 @@ public:
     /// Becomes a float to float4 of the first `count` values; the words behind them stay as they
     /// were. Throws an input error without a text, and changes nothing, unless `count` is 1 to 4.
     void assignFloats(int count, float a, float b, float c, float d);
-    /// The same for int to int4.
+    /// Becomes an int to int4 of the first `count` values, in the same way.
     void assignInts(int count, int a, int b, int c, int d);
 
     /// Word `i` of the value area, read as a float; 0 behind the fourth.
