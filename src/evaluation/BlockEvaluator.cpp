@@ -334,10 +334,11 @@ void BlockEvaluator::planPlaces() {
             });
         }
     }
-    verifyAlways(blocks.count() <= static_cast<std::size_t>(-1) / (kMaxPoints * sizeof(double)),
+    const std::size_t blockColumns = blocks.count();
+    verifyAlways(blockColumns <= static_cast<std::size_t>(-1) / (kMaxPoints * sizeof(double)),
                  "There is no room for so many values at a time");
     fNumbers.assign(numbers.count(), 0);
-    fBlocks.assign(static_cast<std::size_t>(blocks.count()) * kMaxPoints, 0);
+    fBlocks.assign(blockColumns * kMaxPoints, 0);
 }
 
 void BlockEvaluator::planPointers() {

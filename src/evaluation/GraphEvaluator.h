@@ -40,8 +40,9 @@ using HostKernel = std::function<void(std::span<const double* const> arguments,
 /// last point. A value of type clampu is clamped where it is read and wherever it is computed.
 ///
 /// Takes time in nodes times points, and memory for the values that are still needed at any time, in
-/// blocks of points. Errors are `Exception`s of type `kInputError`; those of the graph itself (a
-/// function that calls itself, an input of a call that nothing feeds) are thrown by the constructor.
+/// blocks of points. What is wrong with inputs and kernels is an `Exception` of type `kInputError`;
+/// what is wrong with the graph (a function that calls itself, an input of a call that nothing feeds)
+/// is thrown by the constructor.
 class QV_EXPORT GraphEvaluator {
 public:
     /// An input of the function.

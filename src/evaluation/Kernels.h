@@ -303,8 +303,8 @@ inline double fraction(double a) {
     return a - std::floor(a);
 }
 
-/// On purpose the first argument where one of them is not-a-number, so that it stays for a value
-/// that is limited by numbers.
+/// The first argument where one of them is not-a-number: a value that is limited by numbers stays
+/// not-a-number.
 inline double minimum(double a, double b) {
     return b < a ? b : a;
 }

@@ -180,6 +180,17 @@ TEST_F(FlatPrograms, RefuseWhatHasNoValue) {
     EXPECT_EQ(thrown(f), "Input is not connected: x of sin");
     call->incomingLinks().front()->setDestAttrName("x");
 
+    // What a link reads must be an output of the call, and what feeds a call must have a value.
+    ShadingNodeSpec& late = parse("float f(float a) { return sin(sin(a)); }");
+    nodeOf(late)->setOutput(kFloat, "late");
+    EXPECT_EQ(thrown(late), "Node 2 of f has no value to read: late");
+    ShadingNodeSpec& links = parse("void f(float a, out float rest) { float part = split(a, rest); }");
+    nodeOf(links)->setOperator(ShadingNodeSpec::findSpecInLibrary("sin"));
+    EXPECT_EQ(thrown(links), "The value that is read from a call of sin is none of its outputs");
+    ShadingNodeSpec& nothing = parse("float f(float a) { return sin(sin(a)); }");
+    nodeOf(nothing)->setConstant(TypedConstant());
+    EXPECT_EQ(thrown(nothing), "A constant of f holds no value");
+
     ShadingNodeSpec& g = parse("float g(float x) { return sin(x); }\nfloat h(float a) { return g(a); }", "g");
     nodeOf(g)->setOperator(ShadingNodeSpec::findSpecInLibrary("h"));
     nodeOf(g)->incomingLinks().front()->setDestAttrName("a");
@@ -198,7 +209,7 @@ TEST_F(FlatPrograms, RefuseWhatHasNoValue) {
 // A chain through many functions, and one through many nodes, each on a small stack.
 TEST_F(FlatPrograms, DoNotRecurse) {
     std::string source = "float f0(float a) { return sin(a); }\n";
-    constexpr int kFunctions = 20000;
+    constexpr int kFunctions = 5000;
     for (int i = 1; i <= kFunctions; ++i) {
         source +=
             "float f" + std::to_string(i) + "(float a) { return sin(f" + std::to_string(i - 1) + "(a)); }\n";
