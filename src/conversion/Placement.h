@@ -105,6 +105,7 @@ public:
     /// What varying components every target has room for.
     static constexpr int kVaryingComponents = 60;
 
+    /// Nothing is placed before `place`.
     explicit Placement(const ShadingNodeSpec& function, const PlacementOptions& options = {});
     ~Placement();
     Placement(const Placement&) = delete;

@@ -17,7 +17,9 @@ class ShadingNodeSpec;
 
 /// How a function is converted: the target, the placement, and spellings that the host adds.
 struct QV_EXPORT ConversionOptions : PlacementOptions {
+    /// For `glsl330`.
     ConversionOptions() : ConversionOptions(ProgramTarget::glsl330()) {}
+    /// The target is not copied and must live on.
     explicit ConversionOptions(const ProgramTarget& programTarget) : target(&programTarget) {}
 
     /// Says how a primitive is written: one of the host's own, or one of the language's in another
@@ -31,12 +33,15 @@ struct QV_EXPORT ConversionOptions : PlacementOptions {
     void addSpelling(const std::string& signature, const std::string& text, const std::string& helper = "",
                      int output = 0);
 
+    /// A spelling as `addSpelling` was told it.
     struct Added {
-        std::string signature, text, helper;
-        int output = 0;
+        std::string signature; ///< of the primitive
+        std::string text;      ///< the expression
+        std::string helper;    ///< the functions that it calls
+        int output = 0;        ///< the position of the output that it gives
     };
 
-    const ProgramTarget* target;
+    const ProgramTarget* target;  ///< what is written
     std::vector<Added> spellings; ///< the last one for a signature holds
 };
 
@@ -45,10 +50,11 @@ struct QV_EXPORT ConversionOptions : PlacementOptions {
 /// It refers to the called functions, which must stay in the library as long.
 class QV_EXPORT ConvertedProgram {
 public:
-    struct Data;
+    struct Data; ///< the library's own
 
     /// Nothing converted.
     ConvertedProgram();
+    /// Shares what a convertor made.
     explicit ConvertedProgram(std::shared_ptr<const Data> data);
     ConvertedProgram(const ConvertedProgram& other);
     ConvertedProgram& operator=(const ConvertedProgram& other);
@@ -75,6 +81,7 @@ private:
 /// leaves nothing. Takes linear time in the expanded function.
 class QV_EXPORT ProgramConvertor : public IShadingDagConvertor {
 public:
+    /// Nothing is read before `convert`.
     ProgramConvertor(const ShadingNodeSpec& function, ConversionOptions options = ConversionOptions());
     ProgramConvertor(const ProgramConvertor& other);
     ProgramConvertor& operator=(const ProgramConvertor& other);
@@ -94,8 +101,9 @@ public:
     /// Forgets the conversion.
     void cleanup() override;
 
-    /// The texts; empty when there is none.
+    /// The text of the vertex program; empty when there is none.
     const std::string& vertexProgram() const;
+    /// The same of the fragment program.
     const std::string& fragmentProgram() const;
     /// Why the last conversion failed, naming file, function and what is at fault; else empty.
     const std::string& errorString() const { return fError; }

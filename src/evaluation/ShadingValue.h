@@ -28,8 +28,11 @@ struct QV_EXPORT ShadingValue {
     /// A float to float4 of these components.
     ShadingValue(double x)
         : ShadingValue(kFloat, {x}) {} // NOLINT(google-explicit-constructor): a number is a value
+    /// The same for a float2.
     ShadingValue(double x, double y) : ShadingValue(kFloat2, {x, y}) {}
+    /// The same for a float3.
     ShadingValue(double x, double y, double z) : ShadingValue(kFloat3, {x, y, z}) {}
+    /// The same for a float4.
     ShadingValue(double x, double y, double z, double w) : ShadingValue(kFloat4, {x, y, z, w}) {}
     /// A value of any type; what is missing is 0, what is too much is left out.
     ShadingValue(DataType valueType, std::initializer_list<double> values);
