@@ -230,6 +230,9 @@ ImageHeader prepareBmp(const std::vector<unsigned char>& file) {
     }
     if (header.hasRuns()) {
         constexpr std::uint64_t kBestRatio = 65536; // two bytes skip a row
+        if (!bytes.has(header.pixels, std::max(bytes.u32(34), 2U))) {
+            return {};
+        }
         return acceptedHeader(kBmpImage, header.width, header.height, 1, bytes.count() * kBestRatio);
     }
     if (!bytes.has(header.pixels, header.rowBytes * header.height)) {

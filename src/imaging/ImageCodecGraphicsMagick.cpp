@@ -38,8 +38,7 @@ struct Release {
 };
 using OwnedImage = std::unique_ptr<Image, Release>;
 using OwnedInfo = std::unique_ptr<ImageInfo, Release>;
-using OwnedBlob = std::unique_ptr<void, Release>;
-using OwnedBlock = std::unique_ptr<void, decltype(&std::free)>;
+using OwnedBlock = std::unique_ptr<void, Release>;
 
 // What the library holds for a pixel: four components, an index, and the coefficients or the strip
 // that its decoder works on.
@@ -50,8 +49,11 @@ constexpr std::size_t kPixelBytes = sizeof(PixelPacket) + sizeof(IndexPacket) + 
 constexpr std::size_t kSpareBytes = std::size_t{16} << 20;
 
 bool hasMemoryFor(unsigned int width, unsigned int height) {
-    const OwnedBlock block(std::malloc(kSpareBytes + kPixelBytes * width * height), &std::free);
-    return block != nullptr;
+    // Volatile, because a compiler may leave out an allocation that nobody uses.
+    void* volatile block = std::malloc(kSpareBytes + kPixelBytes * width * height);
+    const bool enough = block != nullptr;
+    std::free(block);
+    return enough;
 }
 
 // Limits hold for the whole process; one that the host has set lower stays.
@@ -160,7 +162,7 @@ bool ImageCodec::encode(ImageKind kind, const TpixelMap& map, std::vector<unsign
     AddDefinition(info.get(), "tiff", "alpha", "unassociated", errors.info());
     std::snprintf(image->magick, sizeof image->magick, "%s", info->magick);
     std::size_t length = 0;
-    const OwnedBlob block(ImageToBlob(info.get(), image.get(), &length, errors.info()));
+    const OwnedBlock block(ImageToBlob(info.get(), image.get(), &length, errors.info()));
     if (!block || errors.failed() || image->exception.severity >= ErrorException) {
         return false;
     }

@@ -35,7 +35,13 @@ std::FILE* openForReading(const FilePath& path) {
 // A new file; null with `errno` when there is one or none can be made.
 std::FILE* createFile(const FilePath& path) {
     const int handle = _wopen(path.c_str(), _O_CREAT | _O_EXCL | _O_WRONLY | _O_BINARY, _S_IREAD | _S_IWRITE);
-    return handle >= 0 ? _fdopen(handle, "wb") : nullptr;
+    std::FILE* const file = handle >= 0 ? _fdopen(handle, "wb") : nullptr;
+    if (handle >= 0 && !file) { // no memory for it
+        _close(handle);
+        _wremove(path.c_str());
+        errno = ENOMEM;
+    }
+    return file;
 }
 
 std::FILE* openForChanging(const FilePath& path) {
@@ -104,7 +110,13 @@ std::FILE* openForReading(const FilePath& path) {
 // A new file; null with `errno` when there is one or none can be made.
 std::FILE* createFile(const FilePath& path) {
     const int handle = open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
-    return handle >= 0 ? fdopen(handle, "wb") : nullptr;
+    std::FILE* const file = handle >= 0 ? fdopen(handle, "wb") : nullptr;
+    if (handle >= 0 && !file) { // no memory for it
+        close(handle);
+        unlink(path.c_str());
+        errno = ENOMEM;
+    }
+    return file;
 }
 
 std::FILE* openForChanging(const FilePath& path) {
@@ -137,6 +149,7 @@ void keepMode(std::FILE* file, const Status& status) {
     fchmod(fileno(file), status.st_mode & 0777);
 }
 
+// Where a chain of links ends, also when nothing is there.
 FilePath behindLinks(const FilePath& path) {
     constexpr int kLongestChain = 40; // that of Linux
     constexpr std::size_t kLongestPath = 4096;
@@ -145,12 +158,12 @@ FilePath behindLinks(const FilePath& path) {
         Text next(kLongestPath, '\0');
         const ssize_t length = readlink(target.c_str(), next.data(), next.size());
         if (length <= 0) {
-            break;
+            return target;
         }
         next.resize(static_cast<std::size_t>(length));
         target = next[0] == '/' ? next : target.substr(0, target.rfind('/') + 1) + next;
     }
-    return target;
+    return {}; // the links lead nowhere
 }
 
 Text temporaryName(unsigned int number) {
@@ -190,7 +203,7 @@ bool OutputFile::begin(const FilePath& path) {
     fTarget = behindLinks(path);
     Status status = {};
     const bool exists = statusOf(fTarget, status);
-    if (path.isEmpty() || (exists && (!isOrdinary(status) || !mayWrite(fTarget, status)))) {
+    if (fTarget.isEmpty() || (exists && (!isOrdinary(status) || !mayWrite(fTarget, status)))) {
         return false;
     }
     if (openTemporary()) {

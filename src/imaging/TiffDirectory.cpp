@@ -206,7 +206,10 @@ bool TiffDirectory::hasAllBlocks() const {
     const std::uint32_t width = tiled ? value(kTileWidth, 0) : fWidth;
     const std::uint32_t height =
         tiled ? value(kTileHeight, 0) : std::min(value(kRowsPerStrip, fHeight), fHeight);
-    if (width == 0 || height == 0 || width > 2 * kMaxFileSide || height > 2 * kMaxFileSide) {
+    // A tile may be larger than a small image, though not at any cost.
+    constexpr std::uint64_t kSmallArea = 1U << 20;
+    const std::uint64_t area = std::uint64_t{width} * height;
+    if (width == 0 || height == 0 || area > std::max(kSmallArea, std::uint64_t{4} * fWidth * fHeight)) {
         return false;
     }
     const std::uint64_t wide = (std::uint64_t{fWidth} + width - 1) / width;
