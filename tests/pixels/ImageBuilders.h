@@ -38,9 +38,10 @@ inline void appendChunk(Bytes& file, const char* name, const Bytes& data) {
 }
 
 // A PNG file; `samples` are the rows as they lie in the file, without filter bytes, stored without
-// compression. They need not make up for the size that the header claims.
+// compression. They need not make up for the size that the header claims. `more` are chunks.
 inline Bytes png(std::uint32_t width, std::uint32_t height, unsigned char depth, unsigned char colorType,
-                 const Bytes& samples, const Bytes& palette = {}, const Bytes& transparency = {}) {
+                 const Bytes& samples, const Bytes& palette = {}, const Bytes& transparency = {},
+                 const Bytes& more = {}) {
     constexpr unsigned int kChannels[] = {1, 0, 3, 1, 2, 0, 4};
     const std::size_t rowBytes = (std::uint64_t{width} * depth * kChannels[colorType] + 7) / 8;
     Bytes rows;
@@ -71,6 +72,7 @@ inline Bytes png(std::uint32_t width, std::uint32_t height, unsigned char depth,
     header.insert(header.end(), {depth, colorType, 0, 0, 0});
     Bytes file = text("\x89PNG\r\n\x1a\n");
     appendChunk(file, "IHDR", header);
+    file.insert(file.end(), more.begin(), more.end());
     if (!palette.empty()) {
         appendChunk(file, "PLTE", palette);
     }
@@ -82,29 +84,39 @@ inline Bytes png(std::uint32_t width, std::uint32_t height, unsigned char depth,
     return file;
 }
 
-// A TIFF file of one strip (not compressed unless it is said how), with 1 (grey), 3 (RGB) or 4 (with
-// unassociated alpha) samples of 8 or 16 bits; numbers, samples included, high byte first or last.
+// A field of a TIFF file with numbers of two bytes (type 3) or four (type 4).
+struct Field {
+    unsigned int tag, type, count;
+    std::uint32_t value;
+};
+
+// A TIFF file of one strip, with 1 or 2 (grey), 3 or 4 (RGB) samples of 8 or 16 bits, alpha
+// unassociated; numbers, samples included, high byte first or last. `changes` replace fields.
 inline Bytes tiff(bool bigEndian, std::uint32_t width, std::uint32_t height, unsigned int depth,
-                  unsigned int samples, const Bytes& pixels, unsigned int compression = 1) {
+                  unsigned int samples, const Bytes& pixels, const std::vector<Field>& changes = {}) {
     constexpr std::uint32_t kBitsAt = 8, kPixelsAt = 16;
-    struct Field {
-        unsigned int tag, type, count;
-        std::uint32_t value;
-    };
     std::vector<Field> fields = {
         {256, 4, 1, width},
         {257, 4, 1, height},
-        {258, 3, samples, samples > 1 ? kBitsAt : depth},
-        {259, 3, 1, compression},
-        {262, 3, 1, samples > 1 ? 2U : 1U},
+        {258, 3, samples,
+         samples > 2 ? kBitsAt
+                     : depth << (samples > 1 && bigEndian ? 16 : 0) |
+                           (samples > 1 ? depth << (bigEndian ? 0 : 16) : 0)},
+        {259, 3, 1, 1},
+        {262, 3, 1, samples > 2 ? 2U : 1U},
         {273, 4, 1, kPixelsAt},
         {277, 3, 1, samples},
         {278, 4, 1, height},
         {279, 4, 1, static_cast<std::uint32_t>(pixels.size())},
     };
-    if (samples == 4) {
+    if (samples % 2 == 0) {
         fields.push_back({338, 3, 1, 2});
     }
+    for (const Field& change : changes) {
+        std::erase_if(fields, [&](const Field& field) { return field.tag == change.tag; });
+        fields.push_back(change);
+    }
+    std::sort(fields.begin(), fields.end(), [](const Field& a, const Field& b) { return a.tag < b.tag; });
     Bytes file = text(bigEndian ? "MM" : "II");
     append(file, 42, 2, bigEndian);
     append(file, static_cast<std::uint32_t>(kPixelsAt + pixels.size()), 4, bigEndian);
@@ -139,6 +151,26 @@ inline Bytes bmp(std::int32_t width, std::int32_t height, unsigned int bits, con
     }
     file.insert(file.end(), palette.begin(), palette.end());
     file.insert(file.end(), rows.begin(), rows.end());
+    return file;
+}
+
+// A grey JPEG file whose blocks, of two bits each, are all of the value 128.
+inline Bytes jpeg(unsigned int width, unsigned int height, unsigned int restartInterval, const Bytes& scan,
+                  unsigned char frame = 0xc0) {
+    Bytes file = {0xff, 0xd8, 0xff, 0xdb, 0, 67, 0};
+    file.insert(file.end(), 64, 1);
+    file.insert(file.end(), {0xff, frame, 0, 11, 8});
+    append(file, height, 2, true);
+    append(file, width, 2, true);
+    file.insert(file.end(), {1, 1, 0x11, 0, 0xff, 0xdd, 0, 4});
+    append(file, restartInterval, 2, true);
+    for (const unsigned char table : {0x00, 0x10}) { // the code 0 for the symbol 0
+        file.insert(file.end(),
+                    {0xff, 0xc4, 0, 20, table, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+    }
+    file.insert(file.end(), {0xff, 0xda, 0, 8, 1, 1, 0, 0, 63, 0});
+    file.insert(file.end(), scan.begin(), scan.end());
+    file.insert(file.end(), {0xff, 0xd9});
     return file;
 }
 

@@ -6,19 +6,24 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <memory>
 #include <numeric>
 #include <vector>
 
 namespace {
 
-// Counts what it gives out; stops giving when it is told to.
+constexpr unsigned char kGuard = 0xa5; // behind the storage
+
+// Counts what it gives out; stops giving when it is told to. Promises sizes that it does not have.
 class CountingFormat : public qvSysPixelFormat {
 public:
     explicit CountingFormat(ColorFormat type) { setPixelType(type); }
     void* allocate(unsigned int width, unsigned int height, unsigned int depth) const override {
-        void* storage = fExhausted ? nullptr : qvSysPixelFormat::allocate(width, height, depth);
+        const std::size_t bytes = std::size_t{width} * height * depth * pixelSize();
+        void* storage = fExhausted || bytes == 0 ? nullptr : std::malloc(bytes % 1000000 + 1);
         if (storage) {
+            static_cast<unsigned char*>(storage)[bytes % 1000000] = kGuard;
             ++fAllocations;
             ++fLive;
             fBytes = pixelSize() * width * height * depth;
@@ -102,7 +107,19 @@ TEST(PixelArrays, StayEmptyWithoutStorage) {
     }
     EXPECT_EQ(Open<PixelArray3D>(format, 4, 4, 0x10000000U).pixels(), nullptr);
     EXPECT_EQ(Open<PixelArrayCubeMap>(format, 8000, 8000).pixels(), nullptr);
-    EXPECT_EQ(format.fAllocations, 0);
+    EXPECT_EQ(format.fAllocations, 0) << "not asked for more than 31 bits";
+}
+
+// A host's type of pixels, 5 bytes each.
+TEST(PixelArrays, HoldPixelsOfAHostsOwnType) {
+    struct OwnFormat : CountingFormat {
+        OwnFormat() : CountingFormat(ColorFormat(99)) { setPixelSize(5); }
+    };
+    const OwnFormat format;
+    Image image(format, 3, 1);
+    fill(image, 20);
+    EXPECT_EQ(bytesOf(Image(image)), bytesOf(image));
+    EXPECT_EQ(bytesOf(image).size(), 15U);
 }
 
 TEST(PixelArrays, CopiesOfAnArrayAreWholeAndTheirOwn) {
@@ -122,6 +139,10 @@ TEST(PixelArrays, CopiesOfAnArrayAreWholeAndTheirOwn) {
         EXPECT_EQ(target.pixelType(), kLuminanceAlphaFixed8Format);
         EXPECT_TRUE(copy.initialized() && target.initialized());
         EXPECT_EQ(otherFormat.fLive, 0);
+        const std::vector<unsigned char> more(1000, 9); // no more goes in than the copied array holds
+        target.copy(more.data(), 4);
+        EXPECT_EQ(bytesOf(target), std::vector<unsigned char>(12, 9));
+        EXPECT_EQ(static_cast<unsigned char*>(target.pixels())[12], kGuard);
         target = Image(format, 0, 0);
         EXPECT_EQ(target.pixels(), nullptr);
         EXPECT_EQ(target.width(), 0U);

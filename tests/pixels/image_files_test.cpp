@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <map>
 #include <new>
 #include <string>
 #include <vector>
@@ -117,6 +119,34 @@ TEST(ImageFiles, RoundTrips) {
     }
 }
 
+// The fields of the headers, as other programs see them.
+TEST(ImageFiles, WritesWhatIsPromised) {
+    std::map<std::string, Bytes> files;
+    for (const Kind& kind : kKinds) {
+        const std::string path = outputPath(std::string("promised.") + kind.fileKind);
+        write(pattern(5, 3), path, kind.fileKind);
+        files[kind.fileKind] = load(path);
+    }
+    const Bytes& png = files["png"];
+    EXPECT_EQ(Bytes(png.begin() + 16, png.begin() + 26), (Bytes{0, 0, 0, 5, 0, 0, 0, 3, 8, 6}));
+    const Bytes& bmp = files["bmp"];
+    EXPECT_EQ(Bytes(bmp.begin() + 10, bmp.begin() + 34),
+              (Bytes{54, 0, 0, 0, 40, 0, 0, 0, 5, 0, 0, 0, 3, 0, 0, 0, 1, 0, 24, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(bmp.size(), 54U + 3 * 16);
+    EXPECT_EQ(bmp[2], bmp.size());
+    const Bytes& tiff = files["tif"];
+    const auto number = [&tiff](std::size_t at) {
+        return tiff[at] | static_cast<unsigned int>(tiff[at + 1]) << 8;
+    };
+    std::map<unsigned int, unsigned int> fields;
+    const std::size_t directory = number(4);
+    for (std::size_t i = 0; i < number(directory); ++i) {
+        fields[number(directory + 2 + 12 * i)] = number(directory + 10 + 12 * i);
+    }
+    EXPECT_EQ(fields[259], 1U) << "not compressed";
+    EXPECT_EQ(fields[338], 2U) << "alpha is not multiplied in";
+}
+
 #if !defined(_WIN32) // where the whole path is limited
 TEST(ImageFiles, WritesToTheLongestNames) {
     const Picture picture = pattern(2, 2);
@@ -138,6 +168,23 @@ TEST(ImageFiles, ReadsWhatTheOtherPlatformWrote) {
             EXPECT_LE(difference(read(path), picture, kind.alpha), kind.tolerance) << path;
         }
     }
+}
+
+// That many chunks of one name, with 1000 bytes each.
+Bytes chunks(const char* name, int count) {
+    Bytes bytes;
+    for (int i = 0; i < count; ++i) {
+        image_builders::appendChunk(bytes, name, Bytes(1000, 'x'));
+    }
+    return bytes;
+}
+
+Bytes masks(std::uint32_t red, std::uint32_t green, std::uint32_t blue) {
+    Bytes bytes;
+    for (const std::uint32_t mask : {red, green, blue}) {
+        image_builders::append(bytes, mask, 4, false);
+    }
+    return bytes;
 }
 
 TEST(ImageFiles, ConvertsOtherFormsOnReading) {
@@ -165,6 +212,7 @@ TEST(ImageFiles, ConvertsOtherFormsOnReading) {
         return values;
     };
     const Bytes palette = {10, 20, 30, 40, 50, 60};
+    const Bytes colors = {30, 20, 10, 0, 60, 50, 40, 0};
     const Bytes ofPalette = {40, 50, 60, 255, 10, 20, 30, 255, 40, 50, 60, 255};
 
     const struct {
@@ -199,16 +247,61 @@ TEST(ImageFiles, ConvertsOtherFormsOnReading) {
         {"RGB TIFF", tiff(false, 2, 1, 8, 3, {1, 2, 3, 4, 5, 6}), 2, 1, {1, 2, 3, 255, 4, 5, 6, 255}},
         {"24-bit BMP", bmp(2, 1, 24, {3, 2, 1, 6, 5, 4, 0, 0}), 2, 1, {1, 2, 3, 255, 4, 5, 6, 255}},
         {"BMP, top row first", bmp(1, -2, 24, {3, 2, 1, 0, 6, 5, 4, 0}), 1, 2, {1, 2, 3, 255, 4, 5, 6, 255}},
-        {"TIFF of runs", tiff(true, 4, 1, 8, 1, {0xfe, 7, 0x00, 9}, 32773), 4, 1, grey({7, 7, 7, 9})},
-        {"palette BMP", bmp(3, 1, 8, {1, 0, 1, 0}, {30, 20, 10, 0, 60, 50, 40, 0}), 3, 1, ofPalette},
-        {"BMP of runs", bmp(3, 1, 8, {1, 1, 1, 0, 1, 1, 0, 1}, {30, 20, 10, 0, 60, 50, 40, 0}, 1), 3, 1,
-         ofPalette},
+        {"TIFF of runs", tiff(true, 4, 1, 8, 1, {0xfe, 7, 0x00, 9}, {{259, 3, 1, 32773}}), 4, 1,
+         grey({7, 7, 7, 9})},
+        {"palette BMP", bmp(3, 1, 8, {1, 0, 1, 0}, colors), 3, 1, ofPalette},
+        {"BMP of runs", bmp(3, 1, 8, {1, 1, 1, 0, 1, 1, 0, 1}, colors, 1), 3, 1, ofPalette},
         {"BMP, old header",
          text(std::string("BM\x1e\0\0\0\0\0\0\0\x1a\0\0\0\x0c\0\0\0\1\0\1\0\1\0\x18\0\3\2\1\0", 30)),
          1,
          1,
          {1, 2, 3, 255}},
         {"32-bit BMP is opaque", bmp(2, 1, 32, {3, 2, 1, 0, 6, 5, 4, 9}), 2, 1, {1, 2, 3, 255, 4, 5, 6, 255}},
+        {"TIFF to be turned and with a name",
+         tiff(false, 1, 2, 8, 1, {1, 2}, {{274, 3, 1, 6}, {270, 4, 1, 0}}), 1, 2, grey({1, 2})},
+        {"grey TIFF, alpha multiplied in",
+         tiff(true, 3, 1, 8, 2, {9, 0, 50, 100, 60, 20}, {{338, 3, 1, 1}}),
+         3,
+         1,
+         {9, 9, 9, 0, 128, 128, 128, 100, 255, 255, 255, 20}},
+        {"RGB TIFF, alpha multiplied in",
+         tiff(false, 1, 1, 8, 4, {10, 20, 30, 128}, {{338, 3, 1, 1}}),
+         1,
+         1,
+         {20, 40, 60, 128}},
+        {"PNG with texts", png(1, 1, 8, 0, {5}, {}, {}, chunks("tEXt", 30)), 1, 1, grey({5})},
+        {"JPEG", jpeg(16, 8, 0, {0x0f}), 16, 8, grey(Bytes(128, 128))},
+        {"JPEG with restarts", jpeg(16, 8, 1, {0x3f, 0xff, 0xff, 0xd0, 0x3f}), 16, 8, grey(Bytes(128, 128))},
+        {"16-bit BMP",
+         bmp(2, 1, 16, {0xff, 0x7f, 0x34, 0x12}),
+         2,
+         1,
+         {255, 255, 255, 255, 33, 140, 165, 255}},
+        {"BMP with masks",
+         bmp(2, 1, 16, {0xff, 0xff, 0x34, 0x12}, masks(0xf800, 0x7e0, 0x1f), 3),
+         2,
+         1,
+         {255, 255, 255, 255, 16, 69, 165, 255}},
+        {"BMP of 10 bits, without green",
+         bmp(1, 1, 32, {0xff, 1, 0xf0, 0x3f}, masks(0x3ff00000, 0, 0x3ff), 3),
+         1,
+         1,
+         {255, 0, 127, 255}},
+        {"4-bit BMP", bmp(3, 1, 4, {0x10, 0x10, 0, 0}, colors), 3, 1, ofPalette},
+        {"1-bit BMP, top row first",
+         bmp(1, -2, 1, {0x80, 0, 0, 0, 0, 0, 0, 0}, colors),
+         1,
+         2,
+         {40, 50, 60, 255, 10, 20, 30, 255}},
+        // Runs of 4 bits in turn, a single row, a way past pixels, left-overs, a run beyond the row.
+        {"4-bit BMP of runs", bmp(3, 1, 4, {3, 0x10, 0, 1}, colors, 2), 3, 1, ofPalette},
+        {"4-bit BMP of single indices", bmp(3, 1, 4, {0, 3, 0x10, 0x10, 0, 1}, colors, 2), 3, 1, ofPalette},
+        {"BMP of single indices", bmp(3, 1, 8, {0, 3, 1, 0, 1, 0, 0, 1}, colors, 1), 3, 1, ofPalette},
+        {"BMP of runs with gaps",
+         bmp(1, 3, 8, {9, 1, 0, 2, 0, 1, 0, 0, 1, 1, 0, 1}, colors, 1),
+         1,
+         3,
+         {40, 50, 60, 255, 10, 20, 30, 255, 40, 50, 60, 255}},
     };
     for (const auto& row : table) {
         const Picture picture = readBytes(row.file);
@@ -223,6 +316,8 @@ TEST(ImageFiles, RefusesWhatIsNoImage) {
     const Bytes pixel = {1, 2, 3, 4};
     Bytes headerAsPixels = bmp(1, 1, 32, pixel);
     headerAsPixels[10] = 0;
+    Bytes runsBeyond = bmp(1, 1, 8, {1, 0, 0, 1}, Bytes(8), 1);
+    runsBeyond[13] = 0x7f;
     const std::pair<const char*, Bytes> table[] = {
         {"empty", {}},
         {"text", text("a text that somebody named .png")},
@@ -246,11 +341,35 @@ TEST(ImageFiles, RefusesWhatIsNoImage) {
         {"BMP of 65535 x 65535", bmp(65535, 65535, 32, pixel)},
         {"BMP of 20000 x 20000", bmp(20000, 20000, 32, pixel)},
         {"BMP of -2^31 rows", bmp(1, -2147483647 - 1, 32, pixel)},
-        {"TIFF of runs, 60000 x 8000", tiff(true, 60000, 8000, 8, 1, pixel, 32773)},
+        {"TIFF of runs, 60000 x 8000", tiff(true, 60000, 8000, 8, 1, pixel, {{259, 3, 1, 32773}})},
         {"BMP of runs without data", bmp(3, 1, 8, {}, Bytes(8), 1)},
         {"BMP of runs, 60000 x 8000", bmp(60000, 8000, 8, {0, 1}, Bytes(8), 1)},
         {"BMP of no bits", bmp(1, 1, 0, pixel)},
         {"BMP whose pixels are its header", headerAsPixels},
+        {"BMP of runs that lie beyond the file", runsBeyond},
+        {"TIFF of a pixel in a huge tile",
+         tiff(true, 1, 1, 8, 1, pixel,
+              {{259, 3, 1, 5}, {322, 4, 1, 40000}, {323, 4, 1, 40000}, {324, 4, 1, 8}, {325, 4, 1, 4}})},
+        {"BMP with an index beyond its palette", bmp(1, 1, 8, {2, 0, 0, 0}, Bytes(8))},
+        {"BMP of runs without an end", bmp(1, 1, 8, {1, 1}, Bytes(8), 1)},
+        {"BMP of runs beyond its palette", bmp(1, 1, 8, {1, 2, 0, 1}, Bytes(8), 1)},
+        {"BMP of runs, top row first", bmp(1, -1, 8, {1, 1, 0, 1}, Bytes(8), 1)},
+        {"BMP of runs cut within indices", bmp(3, 1, 8, {0, 3, 1}, Bytes(8), 1)},
+        {"BMP with a mask in two parts", bmp(1, 1, 32, pixel, masks(0xf0f, 0, 0), 3)},
+        {"PNG with an index beyond its palette", png(1, 1, 8, 3, {2}, Bytes(6))},
+        {"PNG with a chunk that must be understood", png(1, 1, 8, 0, {5}, {}, {}, chunks("ABCD", 1))},
+        {"PNG with a second header", png(1, 1, 8, 0, {5}, {}, {}, chunks("IHDR", 1))},
+        {"PNG with data before the palette", png(1, 1, 8, 3, {0}, Bytes(6), {}, chunks("IDAT", 1))},
+        {"TIFF with a short strip", tiff(true, 3, 2, 8, 3, Bytes(17))},
+        {"TIFF without its second strip", tiff(true, 3, 2, 8, 3, Bytes(18), {{278, 4, 1, 1}})},
+        {"TIFF with an empty strip", tiff(true, 1, 1, 8, 1, {}, {{259, 3, 1, 5}})},
+        {"TIFF of rows without an end", tiff(true, 1, 1, 8, 1, pixel, {{278, 4, 1, 0}})},
+        {"TIFF of CIELAB", tiff(true, 1, 1, 8, 3, pixel, {{262, 3, 1, 8}})},
+        {"TIFF without its palette", tiff(true, 1, 1, 8, 1, pixel, {{262, 3, 1, 3}})},
+        {"JPEG with a block missing", jpeg(24, 8, 0, {0x0f})},
+        {"JPEG with a restart missing", jpeg(16, 8, 1, {0x0f, 0x3f})},
+        {"JPEG with an interval missing", jpeg(24, 8, 1, {0x3f, 0xff, 0xd0, 0x3f})},
+        {"JPEG of arithmetic coding", jpeg(16, 8, 0, {0x0f}, 0xc9)},
     };
     for (const auto& [name, file] : table) {
         EXPECT_TRUE(readBytes(file).pixels.empty()) << name;
@@ -260,15 +379,33 @@ TEST(ImageFiles, RefusesWhatIsNoImage) {
         EXPECT_TRUE(read(path).pixels.empty()) << path;
     }
     EXPECT_TRUE(read(outputPath("")).pixels.empty()) << "a folder";
+    const std::string sparse = outputPath("sparse.png");
+    save(sparse, text("\x89PNG\r\n\x1a\n"));
+    std::filesystem::resize_file(sparse, std::uintmax_t{1} << 31);
+    EXPECT_TRUE(read(sparse).pixels.empty()) << "2^31 bytes";
+    std::filesystem::remove(sparse);
     unsigned short side = 0;
     EXPECT_EQ(readImageFromFile(nullptr, side, side, false), nullptr);
+#if defined(_WIN32)
+    Bytes picture = pattern(2, 2).pixels;
+    const std::wstring path = std::filesystem::path(outputPath("")).wstring() + L"\u5f71\u03b1.png";
+    writeImageToWidePath(picture.data(), 2, 2, path.c_str(), "png");
+    unsigned char* back = readImageFromWidePath(path.c_str(), side, side, false);
+    EXPECT_TRUE(back && side == 2);
+    ::operator delete(back);
+    EXPECT_EQ(readImageFromWidePath(nullptr, side, side, false), nullptr);
+    std::filesystem::remove(path);
+#endif
 }
 
 // Cut at every length, no file is an image; with any byte damaged, it is read or refused, and
 // nothing else happens.
 TEST(ImageFiles, SurvivesDamage) {
     for (const Kind& kind : kKinds) {
-        for (const char* platform : {"linux", "windows"}) {
+        for (const char* platform : {"linux", "windows", "progressive"}) {
+            if (platform[0] == 'p' && kind.fileKind[0] != 'j') {
+                continue;
+            }
             const Bytes file = load(std::string(QV_TEST_DATA) + "images/" + platform + "." + kind.fileKind);
             ASSERT_FALSE(file.empty());
             const std::size_t step = QV_DAMAGE_STEP;
@@ -276,6 +413,11 @@ TEST(ImageFiles, SurvivesDamage) {
                 EXPECT_TRUE(
                     readBytes(Bytes(file.begin(), file.begin() + static_cast<long>(length))).pixels.empty())
                     << platform << ' ' << kind.fileKind << " cut at " << length;
+            }
+            if (file[0] == 0xff) { // the scan is cut, the end is there
+                Bytes shortened(file.begin(), file.end() - 20);
+                shortened.insert(shortened.end(), {0xff, 0xd9});
+                EXPECT_TRUE(readBytes(shortened).pixels.empty());
             }
             for (std::size_t i = 0; i < file.size(); i += step) {
                 for (const int damage : {0x00, 0xff, 0x80}) {
