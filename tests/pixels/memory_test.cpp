@@ -52,7 +52,7 @@ TEST(PixelMemory, ArraysStayWholeOrEmpty) {
 
 #if QV_WITH_IMAGE_FILES
 TEST(PixelMemory, FilesAreReadAndWrittenWholeOrNot) {
-    for (const char* kind : {"bmp", "png", "tif", "jpg"}) {
+    for (const char* kind : {"bmp", "png"}) {
         const std::string path = std::string(QV_TEST_OUTPUT) + "memory." + kind;
         std::vector<unsigned char> pixels(60, 90);
         writeImageToFile(pixels.data(), 5, 3, path.c_str(), kind);
