@@ -161,7 +161,12 @@ FilePath behindLinks(const FilePath& path) {
             return target;
         }
         next.resize(static_cast<std::size_t>(length));
-        target = next[0] == '/' ? next : target.substr(0, target.rfind('/') + 1) + next;
+        if (next[0] == '/') {
+            target = next;
+        } else {
+            target.resize(target.rfind('/') + 1); // none: npos + 1 is 0
+            target += next;
+        }
     }
     return {}; // the links lead nowhere
 }
