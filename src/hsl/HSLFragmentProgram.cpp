@@ -3,6 +3,8 @@
 #include "hsl/HSLProgramText.h"
 #include "hsl/HSLVtx2FragConnector.h"
 
+#include <utility>
+
 using qvString::CString;
 
 HSLFragmentProgramInstruction::HSLFragmentProgramInstruction(const HSLToken::HSLOperator& op,
@@ -90,7 +92,7 @@ void HSLFragmentProgram::buildF2FConnector() {
     const CString& depth = tokens.fragmentOutputName(HSLToken::kDepth);
 
     // On purpose: other than the connectors before it, this one indents with a tab and ends in "};".
-    CString& text = fFrag2FBConnectorString;
+    CString text;
     text.format(tokens.connectorHeader(HSLToken::kFrag2FBHeader).asChar(), outputType().asChar());
     text.append(" ").append(tokens.connectorString(HSLToken::kConnectorBegin)).append("\n");
     text.append("\t")
@@ -98,12 +100,13 @@ void HSLFragmentProgram::buildF2FConnector() {
         .append(";\n");
     text.append("\t").append(HSLProgramText::declaration(kFloat, depth)).append(";\n");
     text.append(tokens.connectorString(HSLToken::kConnectorEnd)).append(";\n");
+    fFrag2FBConnectorString = std::move(text);
 }
 
 void HSLFragmentProgram::buildStringValue() {
-    CString& text = fStringValue;
-    text = "";
+    CString text;
     if (!fInputConnector) {
+        fStringValue = text;
         return;
     }
     const HSLToken& tokens = HSLToken::hslTokens;
@@ -121,4 +124,5 @@ void HSLFragmentProgram::buildStringValue() {
     HSLProgramText::appendSection(text, "\n\t//***** Fragment program constants *****\n", fConstants);
     HSLProgramText::appendSection(text, "\n\t//***** Program Instructions *****\n", fInstructions);
     HSLProgramText::appendReturn(text);
+    fStringValue = std::move(text);
 }

@@ -4,6 +4,8 @@
 #include "hsl/HSLProgramText.h"
 #include "hsl/HSLVtx2FragConnector.h"
 
+#include <utility>
+
 using qvString::CString;
 
 HSLVertexProgramInstruction::HSLVertexProgramInstruction(const HSLToken::HSLOperator& op, const CString& name,
@@ -65,9 +67,9 @@ bool HSLVertexProgram::addInstruction(const HSLVertexProgramInstruction& instruc
 }
 
 void HSLVertexProgram::buildStringValue() {
-    CString& text = fStringValue;
-    text = "";
+    CString text;
     if (!fInputConnector || !fOutputConnector) {
+        fStringValue = text;
         return;
     }
     const HSLToken& tokens = HSLToken::hslTokens;
@@ -84,4 +86,5 @@ void HSLVertexProgram::buildStringValue() {
     HSLProgramText::appendSection(text, "\n\t//***** Program constants *****\n", fConstants);
     HSLProgramText::appendSection(text, "\n\t//***** Program Instructions *****\n", fInstructions);
     HSLProgramText::appendReturn(text);
+    fStringValue = std::move(text);
 }
