@@ -208,9 +208,11 @@ ShadingNode* ShadingNodeSpec::addInternalNode(const std::string& functionName,
         if (marker == kInputNode) {
             const CompFreqRange& allowed = parameter.compFreqRange();
             if (!allowed.contains(arg->compFreqRange())) {
+                const std::string message = "Allowable computational frequency range of " +
+                                            allowed.toString() + " couldn't accomodate " +
+                                            arg->compFreqRange().toString();
                 undo.keep();
-                throw Exception("Allowable computational frequency range of " + allowed.toString() +
-                                " couldn't accomodate " + arg->compFreqRange().toString());
+                throw Exception(message);
             }
             makeLink(LinkSource(*arg), node, parameter.name());
         }

@@ -1,5 +1,5 @@
 #include "SourceFile.h"
-#include "core/Exception.h"
+#include "ThrownBy.h"
 #include "core/MemMappedFile.h"
 
 #include <gtest/gtest.h>
@@ -54,13 +54,7 @@ TEST(MemMappedFile, RefusesAnIndexBeyondTheEnd) {
     ASSERT_TRUE(file.open(writeSource("mapped.txt", "ab")));
     EXPECT_EQ(file[5], '\n');
     for (unsigned long index : {6UL, 0xFFFFFFFFUL}) {
-        try {
-            static_cast<void>(file[index]);
-            FAIL() << index;
-        } catch (const Exception& error) {
-            EXPECT_EQ(error.type, kInputError);
-            EXPECT_EQ(error.message, "");
-        }
+        EXPECT_EQ(thrownBy([&] { static_cast<void>(file[index]); }), "input error: ") << index;
     }
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/Exception.h"
+#include "ThrownBy.h"
 #include "shadingdag/ShadingNodeSpec.h"
 
 #include <gtest/gtest.h>
@@ -173,18 +173,6 @@ inline std::vector<int> liveObjects() {
     return {TypedConstant::fsNumInstances_TypedConstant, ShadingAttribute::fsNumInstances_ShadingAttribute,
             ShadingNode::fsNumInstances_ShadingNode, ShadingLink::fsNumInstances_ShadingLink,
             ShadingNodeSpec::fsNumInstances_ShadingNodeSpec};
-}
-
-/// The text of the exception that `action` throws; "nothing" when it throws none.
-template <typename Action>
-std::string thrownBy(Action action) {
-    try {
-        action();
-    } catch (const Exception& error) {
-        EXPECT_EQ(error.type, kInternalError);
-        return error.message;
-    }
-    return "nothing";
 }
 
 /// A test that starts and ends with an empty library and leaves no object behind.

@@ -110,6 +110,7 @@ ShadingNodeSpec* defineBody() {
     ShadingNode* trig = f->addInternalNode("sincos", {x, x, x});
     trig->setLightSpecific(true);
     const ShadingAttribute two = valueOf(f->addInternalNode(TypedConstant(2.0F)));
+    two.nodePtr()->setLightSpecific(true);
     f->connectOutput(valueOf(f->addInternalNode("op", {valueOf(trig, "c"), two})), parameter(*f, "output"));
     f->connectOutput(parameter(*f, "y"), parameter(*f, "side"));
     f->addToLibrary();
@@ -149,7 +150,7 @@ TEST_F(Expansion, PutsTheBodyInPlaceOfTheCall) {
                             "2 1 q float uniform\n"
                             "4 4 op kInvalidDataType output=uniform:fragment\n"
                             "5 4 sincos kInvalidDataType light s=uniform c=vertex\n"
-                            "6 3 2 float constant\n"
+                            "6 3 2 float light constant\n"
                             "7 4 op kInvalidDataType output=vertex\n"
                             "4:4.output->0.output uniform:fragment; 6:2.q->5.x uniform; "
                             "7:5.c->7.a vertex; 8:6.output->7.b constant; 9:7.output->4.a vertex; "

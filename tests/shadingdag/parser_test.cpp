@@ -97,6 +97,7 @@ TEST_F(ShadingParserTest, ReadsHeaders) {
                                                   "constant:fragment -> float4 output constant:fragment\n"},
         {"vertex float3 f(uniform:fragment float3 x);",
          "f 4: float3 x uniform:fragment -> float3 output vertex\n"},
+        {"uniform:uniform float f();", "f 4: -> float output uniform\n"},
         {"fragment:vertex float f();", "f 4: -> float output invalid\n"},
         {"void f(float a float2 b, out constant int c,);",
          "f 4: float a constant:fragment, float2 b constant:fragment, out int c constant -> int c "
@@ -318,7 +319,8 @@ TEST_F(ShadingParserTest, ReadsFilesOneBehindTheOther) {
     EXPECT_EQ(parser.errorString(), "stdlib.qvs(line 11, column 20) : error Unexpected variable-name\n");
     ShadingParser copy = parser;
     EXPECT_FALSE(copy.parseFile(writeSource("parser.qvs", "float e();"), true));
-    EXPECT_EQ(copy.errorString(), "stdlib.qvs(line 11, column 20) : error Token is not a valid return type\n");
+    EXPECT_EQ(copy.errorString(),
+              "stdlib.qvs(line 11, column 20) : error Token is not a valid return type\n");
 }
 
 /// The origin of each node, as "name at line:column of the function in its file, first variable".

@@ -183,6 +183,28 @@ TEST_F(Schedule, VisitsTheFarthestFeederFirst) {
     EXPECT_EQ(distances(distance), "1:0 2:5 3:0") << "feeding nodes are added, ends are not";
 }
 
+TEST_F(Schedule, CountsToTheLargestNumberAndNoFurther) {
+    declareOperations();
+    const OwnedSpec spec(makeSpec(kFunctionNode, "f", {{kFloat, "x", {}}}));
+    const ShadingAttribute x = parameter(*spec, "x");
+    const ShadingAttribute one = valueOf(spec->addInternalNode("op1", {x}));
+    // An output that is connected twice: both values come before it.
+    spec->connectOutput(one, parameter(*spec, "output"));
+    spec->connectOutput(x, parameter(*spec, "output"));
+    ShadingNode* output = nodesOf(*spec)[0];
+    for (const unsigned int start : {~0U, ~0U - 1}) {
+        Distances distance{{output, start}};
+        spec->computeDistance(output, distance, true);
+        EXPECT_EQ(distances(distance), "0:" + std::to_string(start) + " 1:4294967295 2:4294967295");
+        for (const bool farthestFirst : {true, false}) {
+            distance = {{x.nodePtr(), 1}, {one.nodePtr(), 2}};
+            Order order;
+            spec->topoSortByDistance(distance, &order, true, farthestFirst);
+            EXPECT_EQ(numbers(order), "1 2 0");
+        }
+    }
+}
+
 TEST_F(Schedule, RefusesWhatIsNotThere) {
     const OwnedSpec spec(makeSpec(kFunctionNode, "f", {{kFloat, "x", {}}}));
     const OwnedSpec other(makeSpec(kFunctionNode, "g", {{kFloat, "x", {}}}));

@@ -19,6 +19,14 @@ Tokenizer tokenizerOf(const std::string& source) {
     return tokenizer;
 }
 
+const char* const kTypeNames[] = {
+    "none",    "end",    "comment",  "type", "word", "number", "out", "return", "output", "constant",
+    "uniform", "vertex", "fragment", ";",    ",",    "",       "?",   ":",      "(",      ")",
+    "{",       "}",      "[",        "]",    "!",    "@",      "+",   "-",      "*",      "/",
+    "%",       "++",     "--",       "=",    "+=",   "-=",     "*=",  "/=",     "%=",     "==",
+    ">",       ">=",     "<",        "<=",   "!=",   "||",     "&&",
+};
+
 /// Every token but the two that end each file, as "type text@line:column", with one blank between.
 std::string tokens(const std::string& source) {
     Tokenizer tokenizer = tokenizerOf(source);
@@ -29,8 +37,8 @@ std::string tokens(const std::string& source) {
             continue;
         }
         const FileLocation at = token.fileLocation();
-        result += (result.empty() ? "" : " ") + std::to_string(token.type()) + " " + token.stringValue() +
-                  "@" + std::to_string(at.line) + ":" + std::to_string(at.column);
+        result += (result.empty() ? "" : " ") + std::string(kTypeNames[token.type()]) + " " +
+                  token.stringValue() + "@" + std::to_string(at.line) + ":" + std::to_string(at.column);
     }
     EXPECT_EQ(tokenizer.nextToken(&token)->type(), kEndOfInput);
     return result;
@@ -43,50 +51,52 @@ TEST(Tokenizer, CutsSourcesIntoTokens) {
     } rows[] = {
         {"", ""},
         // Every sign; those of the second line keep no text.
-        {"()[]{};,:?@/",
-         "18 (@1:1 19 )@1:2 22 [@1:3 23 ]@1:4 20 {@1:5 21 }@1:6 13 ;@1:7 14 ,@1:8 17 :@1:9 16 "
-         "?@1:10 25 @@1:11 29 /@1:12"},
-        {"! % * < = > + -", "24 @1:1 30 @1:3 28 @1:5 42 @1:7 33 @1:9 40 @1:11 26 @1:13 27 @1:15"},
-        {"!=%=*=<===>=+=-=", "44 @1:1 38 @1:3 36 @1:5 43 @1:7 39 @1:9 41 @1:11 34 @1:13 35 @1:15"},
-        {"++--/=&&||", "31 @1:1 32 @1:3 37 /=@1:5 46 &&@1:7 45 ||@1:9"},
-        {"a>=b a=>b", "4 a@1:1 41 @1:2 4 b@1:4 4 a@1:6 33 @1:7 40 @1:8 4 b@1:9"},
-        {"x+++y", "4 x@1:1 31 @1:2 26 @1:4 4 y@1:5"},
+        {"()[]{};,:?@/", "( (@1:1 ) )@1:2 [ [@1:3 ] ]@1:4 { {@1:5 } }@1:6 ; ;@1:7 , ,@1:8 : :@1:9 ? "
+                         "?@1:10 @ @@1:11 / /@1:12"},
+        {"! % * < = > + -", "! @1:1 % @1:3 * @1:5 < @1:7 = @1:9 > @1:11 + @1:13 - @1:15"},
+        {"!=%=*=<===>=+=-=", "!= @1:1 %= @1:3 *= @1:5 <= @1:7 == @1:9 >= @1:11 += @1:13 -= @1:15"},
+        {"++--/=&&||", "++ @1:1 -- @1:3 /= /=@1:5 && &&@1:7 || ||@1:9"},
+        {"a>=b a=>b", "word a@1:1 >= @1:2 word b@1:4 word a@1:6 = @1:7 > @1:8 word b@1:9"},
+        {"x+++y", "word x@1:1 ++ @1:2 + @1:4 word y@1:5"},
         // Words.
         {"out return output constant uniform vertex fragment",
-         "6 out@1:1 7 return@1:5 8 output@1:12 9 constant@1:19 10 uniform@1:28 11 vertex@1:36 12 "
+         "out out@1:1 return return@1:5 output output@1:12 constant constant@1:19 uniform uniform@1:28 "
+         "vertex vertex@1:36 fragment "
          "fragment@1:43"},
-        {"float4 Float4 float5 _x9 Out", "3 float4@1:1 4 Float4@1:8 4 float5@1:15 4 _x9@1:22 4 Out@1:26"},
+        {"float4 Float4 float5 _x9 Out",
+         "type float4@1:1 word Float4@1:8 word float5@1:15 word _x9@1:22 word Out@1:26"},
         // A character that starts no token does not move the column.
-        {"a & b | c", "4 a@1:1 0 &@1:3 4 b@1:4 0 |@1:6 4 c@1:7"},
-        {"\"#.\x80\xC3\x01~9", "0 \"@1:1 0 #@1:1 0 .@1:1 0 \x80@1:1 0 \xC3@1:1 0 \x01@1:1 0 ~@1:1 5 9@1:1"},
-        {"a\n   \tb\r c\n\n d", "4 a@1:1 4 b@2:5 4 c@2:8 4 d@4:2"},
+        {"a & b | c", "word a@1:1 none &@1:3 word b@1:4 none |@1:6 word c@1:7"},
+        {"\"#.\x80\xC3\x01~9", "none \"@1:1 none #@1:1 none .@1:1 none \x80@1:1 none \xC3@1:1 none \x01@1:1 "
+                               "none ~@1:1 number 9@1:1"},
+        {"a\n   \tb\r c\n\n d", "word a@1:1 word b@2:5 word c@2:8 word d@4:2"},
         // Numbers: a minus sticks, a plus does not, a second point does not.
-        {"3-2 3 - 2", "5 3-2@1:1 5 3@1:5 27 @1:7 5 2@1:9"},
+        {"3-2 3 - 2", "number 3-2@1:1 number 3@1:5 - @1:7 number 2@1:9"},
         {"1.5e-3 1e+5 1.2.3 .5 1E5e 0x1f",
-         "5 1.5e-3@1:1 5 1e@1:8 26 @1:10 5 5@1:11 5 1.2@1:13 0 .@1:16 5 3@1:16 "
-         "0 .@1:18 5 5@1:18 5 1E5@1:20 4 e@1:23 5 0@1:25 4 x1f@1:26"},
-        {"1-e 1e--2", "5 1-@1:1 4 e@1:3 5 1e-@1:5 27 @1:8 5 2@1:9"},
+         "number 1.5e-3@1:1 number 1e@1:8 + @1:10 number 5@1:11 number 1.2@1:13 none .@1:16 number 3@1:16 "
+         "none .@1:18 number 5@1:18 number 1E5@1:20 word e@1:23 number 0@1:25 word x1f@1:26"},
+        {"1-e 1e--2", "number 1-@1:1 word e@1:3 number 1e-@1:5 - @1:8 number 2@1:9"},
         // Line comments; two slashes inside one take the next line with them.
-        {"a//b\nc", "4 a@1:1 2 //b\n@1:2 4 c@2:1"},
-        {"// a // b\nxyz\nc", "2 // a // b\nxyz\n@1:1 4 c@3:1"},
-        {"// a // b\n\nxyz\nc", "2 // a // b\n\nxyz\n@1:1 4 c@3:1"},
-        {"////\nb\nc", "2 ////\nb\n@1:1 4 c@3:1"},
-        {"///\nb", "2 ///\n@1:1 4 b@2:1"},
+        {"a//b\nc", "word a@1:1 comment //b\n@1:2 word c@2:1"},
+        {"// a // b\nxyz\nc", "comment // a // b\nxyz\n@1:1 word c@3:1"},
+        {"// a // b\n\nxyz\nc", "comment // a // b\n\nxyz\n@1:1 word c@3:1"},
+        {"////\nb\nc", "comment ////\nb\n@1:1 word c@3:1"},
+        {"///\nb", "comment ///\n@1:1 word b@2:1"},
         // Block comments take two characters more, a line end uncounted; columns inside stand still.
-        {"/* a */  b", "2 /* a */  @1:1 4 b@1:3"},
-        {"/**/bcd", "2 /**/bc@1:1 4 d@1:3"},
-        {"  /* a */\n\nb", "2 /* a */\n\n@1:3 4 b@1:5"},
-        {"/*\n * a\n */\n\nb", "2 /*\n * a\n */\n\n@1:1 4 b@3:3"},
-        {"/* // */ a\n */  b", "2 /* // */ a\n */  @1:1 4 b@2:3"},
-        {"/*/ a */  b/c", "2 /*/ a */  @1:1 4 b@1:3 29 /@1:4 4 c@1:5"},
+        {"/* a */  b", "comment /* a */  @1:1 word b@1:3"},
+        {"/**/bcd", "comment /**/bc@1:1 word d@1:3"},
+        {"  /* a */\n\nb", "comment /* a */\n\n@1:3 word b@1:5"},
+        {"/*\n * a\n */\n\nb", "comment /*\n * a\n */\n\n@1:1 word b@3:3"},
+        {"/* // */ a\n */  b", "comment /* // */ a\n */  @1:1 word b@2:3"},
+        {"/*/ a */  b/c", "comment /*/ a */  @1:1 word b@1:3 / /@1:4 word c@1:5"},
         // Comments without an end.
-        {"a /* b", "4 a@1:1"},
-        {"a /* b * / // */", "4 a@1:1"},
+        {"a /* b", "word a@1:1"},
+        {"a /* b * / // */", "word a@1:1"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(tokens(row.source), row.expected) << row.source;
     }
-    EXPECT_EQ(tokens(std::string("a\0b", 3)), std::string("4 a@1:1 0 \0@1:2 4 b@1:2", 23));
+    EXPECT_EQ(tokens(std::string("a\0b", 3)), std::string("word a@1:1 none \0@1:2 word b@1:2", 32));
 }
 
 TEST(Tokenizer, ReadsNumbers) {
@@ -112,6 +122,8 @@ TEST(Tokenizer, ReadsNumbers) {
         {"9223372036854775808", 9223372036854775808.F, 0, true},
         {"3.4028235e38", std::numeric_limits<float>::max(), 0, true},
         {"3.40282351e38", std::numeric_limits<float>::max(), 0, true},
+        {"3.4028235677973366e38", kInfinity, 0, true}, // half a step above the largest float
+        {"3.4028235677973362e38", std::numeric_limits<float>::max(), 0, true},
         {"3.41e38", kInfinity, 0, true},
         {"1e400", kInfinity, 0, true},
         {"1e99999999999999999999", kInfinity, 0, true},

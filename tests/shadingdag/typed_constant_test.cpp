@@ -1,4 +1,4 @@
-#include "core/Exception.h"
+#include "ThrownBy.h"
 #include "shadingdag/ShadingAttribute.h"
 #include "shadingdag/ShadingNode.h"
 #include "shadingdag/TypedConstant.h"
@@ -68,13 +68,12 @@ TEST(TypedConstant, TakesOneToFourComponents) {
     EXPECT_EQ(constant.getInt(4), 0);
     for (int count : {0, 5, -1}) {
         for (bool floats : {true, false}) {
-            try {
-                floats ? constant.assignFloats(count, 9, 9, 9, 9) : constant.assignInts(count, 9, 9, 9, 9);
-                ADD_FAILURE() << count;
-            } catch (const Exception& error) {
-                EXPECT_EQ(error.type, kInputError);
-                EXPECT_EQ(error.message, "");
-            }
+            EXPECT_EQ(thrownBy([&] {
+                          floats ? constant.assignFloats(count, 9, 9, 9, 9)
+                                 : constant.assignInts(count, 9, 9, 9, 9);
+                      }),
+                      "input error: ")
+                << count;
         }
     }
     EXPECT_EQ(constant.toString(), "{1,2,3}") << "a refused assignment changes nothing";
