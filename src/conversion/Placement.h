@@ -142,4 +142,19 @@ private:
     PlacementFault fFault = kNoFault;
 };
 
+/// An output that is declared for an earlier level than its value can be computed at.
+struct FrequencyContradiction {
+    std::string output;
+    CompFreqRange declared;
+    unsigned int needed = kInvalidFreq; ///< the level of the value when every argument is constant
+    std::string operation;              ///< what needs it: the signature of a primitive
+    std::string file;                   ///< where that was written; empty when unknown
+    FileLocation location{0, 0};        ///< in that file; 0, 0 when unknown
+};
+
+/// The contradictions in the header of a defined function, in the order of its outputs; none for a
+/// declared one. They are no error: placement goes by what a body needs. Throws an `Exception` where
+/// the function cannot be expanded. Takes linear time in the nodes of the expanded function.
+QV_EXPORT std::vector<FrequencyContradiction> findFrequencyContradictions(const ShadingNodeSpec& function);
+
 } // namespace qvShadingDag

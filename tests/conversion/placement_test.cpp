@@ -458,4 +458,32 @@ TEST_F(PlacementTest, everyDefinitionKeepsThePromises) {
     EXPECT_GT(placed, 300);
 }
 
+// "output needs level: operation line", output after output.
+TEST_F(PlacementTest, headersThatTheirBodiesContradictAreFound) {
+    struct {
+        const char* source;
+        const char* found;
+    } const rows[] = {
+        {"vertex float4 f(texobj m, float2 uv) {\n return 2 * tex2D(m, uv); }",
+         "output needs fragment: tex2D(texobj,float2) 2; "},
+        {"uniform float f(float x) { return perVertex(x); }", "output needs vertex: perVertex(float) 1; "},
+        {"vertex float3 g(float3 x) { return x; }\n constant:uniform float3 f(float3 x) { return g(x) * x; }",
+         "output needs vertex: identity 2; "},
+        {"void f(texobj m, float2 uv, out vertex float a, out vertex float b, out float c) {\n a = uv@x;\n"
+         " b = f1tex2D(m, uv);\n c = b; }",
+         "b needs fragment: f1tex2D(texobj,float2) 3; "},
+        {"vertex float3 f(fragment float3 x) { return x; }", ""},
+        {"vertex:fragment float4 f(texobj m, float2 uv) { return tex2D(m, uv); }", ""},
+    };
+    for (const auto& row : rows) {
+        std::string text;
+        for (const FrequencyContradiction& found : findFrequencyContradictions(parse(row.source))) {
+            text += found.output + " needs " + compFreqName(found.needed) + ": " + found.operation + " " +
+                    std::to_string(found.location.line) + "; ";
+        }
+        EXPECT_EQ(text, row.found) << row.source;
+    }
+    EXPECT_TRUE(findFrequencyContradictions(*ShadingNodeSpec::findSpecInLibrary("dot")).empty());
+}
+
 } // namespace
