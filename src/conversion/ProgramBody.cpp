@@ -51,15 +51,17 @@ const Spelling* CalleeSpellings::find(FlatProgram::Index callee, FlatProgram::In
                 }
             }
         }
-        if (primitive && !found.spellings[0]) {
+        if (primitive && !(found.spellings[0] && found.spellings[1])) {
             fInputs.clear();
             ShadingNodeSpec::AttributeIterator first;
             ShadingNodeSpec::AttributeIterator last;
             for (spec->inputs(first, last); first != last; ++first) {
                 fInputs.push_back(first->dataType());
             }
-            for (int i = 0; i < 2; ++i) {
-                found.spellings[i] = fTable.find(spec->name(), fInputs, i);
+            for (int i = 0; i < 2; ++i) { // what the host does not spell
+                if (!found.spellings[i]) {
+                    found.spellings[i] = fTable.find(spec->name(), fInputs, i);
+                }
             }
         }
     }
