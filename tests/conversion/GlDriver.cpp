@@ -392,9 +392,9 @@ bool GlDriver::draw(unsigned program, const GlDraw& scene, GlPicture& picture, s
             } else {
                 fGl->TexImage2D(target, 0, GL_RGBA32F, w, h, 0, GL_RGBA, GL_FLOAT, texels);
             }
-            const int wrap = texture->kind == GlTexture::kRect || texture->kind == GlTexture::kCube
-                                 ? GL_CLAMP_TO_EDGE
-                                 : GL_REPEAT;
+            const bool repeats =
+                texture->repeats && texture->kind != GlTexture::kRect && texture->kind != GlTexture::kCube;
+            const int wrap = repeats ? GL_REPEAT : GL_CLAMP_TO_EDGE;
             for (const GLenum parameter : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T, GL_TEXTURE_WRAP_R}) {
                 fGl->TexParameteri(target, parameter, wrap);
             }

@@ -25,13 +25,14 @@ struct GlBlock {
     std::vector<unsigned char> bytes;
 };
 
-/// A texture of four floats a texel, one level, for a sampler. `faces` is 6 for a cube map.
+/// A texture of four floats a texel, one level, for a sampler, linearly filtered.
 struct GlTexture {
     enum Kind { k1D, k2D, k3D, kCube, kRect };
     std::string sampler;
     Kind kind = k2D;
-    int width = 1, height = 1, depth = 1; ///< of one face; a 1D texture is as high as 1
+    int width = 1, height = 1, depth = 1; ///< in texels; a cube has its six faces as depth
     std::vector<float> texels;
+    bool repeats = true; ///< beyond the edges, else the edge goes on; a cube and a rectangle never do
 };
 
 /// One draw with everything it needs, into a target of floats.

@@ -114,6 +114,10 @@ public:
         return static_cast<int>(
             spvc_type_get_vector_size(spvc_compiler_get_type_handle(fCompiler, resource.type_id)));
     }
+    bool isInteger(const spvc_reflected_resource& resource) const {
+        return spvc_type_get_basetype(spvc_compiler_get_type_handle(fCompiler, resource.type_id)) ==
+               SPVC_BASETYPE_INT32;
+    }
 
 private:
     spvc_context fContext = nullptr;
@@ -134,6 +138,9 @@ void nameByLocation(CrossModule& module, spvc_resource_type type, const char* pr
         spvc_compiler_unset_decoration(module.compiler(), variable.id, SpvDecorationComponent);
         if (!keepLocation) {
             spvc_compiler_unset_decoration(module.compiler(), variable.id, SpvDecorationLocation);
+            if (module.isInteger(variable)) { // HLSL says so on one side only
+                spvc_compiler_set_decoration(module.compiler(), variable.id, SpvDecorationFlat, 1);
+            }
         }
     }
 }
@@ -158,15 +165,22 @@ std::string stageToGlsl(const SpirvWords& words, bool vertex, std::string& log) 
     nameByBinding(module, module.resources(SPVC_RESOURCE_TYPE_UNIFORM_BUFFER), "block", true);
     nameByBinding(module, module.resources(SPVC_RESOURCE_TYPE_SAMPLED_IMAGE), "sampler", false);
     if (module.error().empty()) {
-        // HLSL has textures and samplers apart; a pair of them is called after the texture.
+        // HLSL has textures and samplers apart; a pair of them is called after the texture. One that is
+        // only asked for its size has no sampler, and gets one.
+        SpvId dummy = 0;
+        module.check(spvc_compiler_build_dummy_sampler_for_combined_images(module.compiler(), &dummy));
         module.check(spvc_compiler_build_combined_image_samplers(module.compiler()));
         const spvc_combined_image_sampler* pairs = nullptr;
         std::size_t count = 0;
+        int sizes = 0;
         module.check(spvc_compiler_get_combined_image_samplers(module.compiler(), &pairs, &count));
         for (std::size_t i = 0; i < count; ++i) {
             const unsigned binding = module.decoration(pairs[i].image_id, SpvDecorationBinding);
-            spvc_compiler_set_name(module.compiler(), pairs[i].combined_id,
-                                   ("sampler" + std::to_string(binding)).c_str());
+            std::string name = "sampler" + std::to_string(binding);
+            if (dummy != 0 && pairs[i].sampler_id == dummy) {
+                name += "size" + std::to_string(sizes++);
+            }
+            spvc_compiler_set_name(module.compiler(), pairs[i].combined_id, name.c_str());
         }
         spvc_compiler_options options = nullptr;
         module.check(spvc_compiler_create_compiler_options(module.compiler(), &options));

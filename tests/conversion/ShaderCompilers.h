@@ -33,7 +33,8 @@ std::size_t instructionsAfterOptimizing(const SpirvWords& module);
 int inputComponents(const SpirvWords& module);
 
 /// The pair as GLSL 3.30, by SPIRV-Cross: varyings are named after their locations, vertex attributes
-/// `attribute0` and so on after theirs, blocks `block0` and samplers `sampler1` after their bindings.
+/// `attribute0` and so on after theirs, blocks `block0` and samplers `sampler1` after their bindings, with
+/// "size0" and so on behind them where only the size of the map is read.
 /// Empty texts and a message in `log` where it cannot.
 ShaderPair toGlsl330(const CompiledPair& pair, std::string& log);
 

@@ -1,0 +1,20 @@
+#version 450
+layout(location = 0) in vec3 vNormal;
+layout(location = 1) in vec3 vToLight;
+layout(location = 2) in vec3 vToEye;
+layout(set = 0, binding = 1) uniform Material {
+    vec3 diffuse;
+    vec3 specular;
+    vec3 light;
+    float exponent;
+};
+layout(location = 0) out vec4 colour;
+
+void main() {
+    vec3 n = normalize(vNormal);
+    vec3 l = normalize(vToLight);
+    vec3 h = normalize(l + normalize(vToEye));
+    float cosine = dot(n, l);
+    float highlight = pow(max(dot(n, h), 0.0), exponent) * step(0.0, cosine);
+    colour = vec4(light * (diffuse * max(cosine, 0.0) + specular * highlight), 1.0);
+}
