@@ -95,10 +95,11 @@ public:
         try {
             act();
         } catch (const Exception&) {
+            check(!fLooks);
             // A call that is refused for its frequencies stays; nothing else does.
             check(fRefusalLeavesCall || convertToGraphviz(fFunction.get(), true, true) == before);
         }
-        fRefusalLeavesCall = false;
+        fRefusalLeavesCall = fLooks = false;
     }
 
 private:
@@ -207,6 +208,7 @@ private:
             f.evaluateAllCompFrequencies();
             break;
         default:
+            fLooks = true;
             look(n);
         }
     }
@@ -263,6 +265,7 @@ private:
     std::vector<ShadingNodeSpec*> fCallees; // in the library
     std::unique_ptr<ShadingNodeSpec> fFunction;
     bool fRefusalLeavesCall = false;
+    bool fLooks = false;
 };
 
 } // namespace

@@ -16,7 +16,8 @@
 ///
 /// On purpose: an element is taken as `elementSize` components of 4 bytes whatever its type, so that
 /// bytes, shorts and doubles are not found. An attribute without an array gives an address counted
-/// from null, not to be used. At the end the accessors give the addresses of vertex 0.
+/// from null, not to be used. Behind the last index the accessors give the addresses of vertex 0; at
+/// the end of a range they give those of the vertex that follows it.
 class QV_EXPORT GeometryDataIterator {
 public:
     /// Walks nothing.
@@ -71,7 +72,7 @@ public:
     void* userData() const { return address(fUserData); }
 
 protected:
-    /// The current index times `size`; 0 at the end.
+    /// The current index times `size`; 0 behind the last index.
     unsigned long computeIndex(unsigned long size) const {
         return fPosition < count() ? fIndex->indexArray()[fPosition] * size : 0;
     }

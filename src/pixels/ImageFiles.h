@@ -15,11 +15,10 @@
 /// `height` unchanged, for a path that names no readable file, a file of another kind, one that
 /// is damaged or incomplete, a side above 65,535 (also after rounding up) and an image of more
 /// than 2^31 - 1 bytes. The library must have been built with image files (`QV_WITH_IMAGE_FILES`);
-/// otherwise the result is always null. Several threads may read and write images at the same time.
+/// otherwise the result is always null. Several threads may read and write different files at the same time.
 ///
 /// A path is a string of bytes (nearly always UTF-8); on Windows it is in the process's code page,
 /// which is UTF-8 when the program's manifest says so, and `readImageFromWidePath` takes any path.
-/// Different files may be read and written on several threads at a time.
 QV_EXPORT unsigned char* readImageFromFile(const char* path, unsigned short& width, unsigned short& height,
                                            bool powerOfTwo);
 

@@ -66,8 +66,8 @@ std::string endingOf(const std::string& file) {
     return ending;
 }
 
-// The text goes through pipes, so that no file
-// name can be taken for an option and a full disk is noticed by us.
+// The text goes through pipes, so that no file name can be taken for an option and a full disk is
+// noticed by us.
 std::string drawGraph(const std::string& graph, const std::string& format, const std::string& file) {
     const std::string dot = findProgram("dot");
     if (dot.empty()) {
