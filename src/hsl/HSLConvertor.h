@@ -20,8 +20,8 @@
 /// Constructing one writes the token table without a lock: one thread at a time, and none that
 /// writes program text meanwhile.
 ///
-/// On purpose, copies are shallow: never copy a converter that owns objects, since the copy and its
-/// source would both free them.
+/// On purpose: copies are shallow, so that a copy and its source would both free what they own. Never
+/// copy a converter that owns objects.
 class QV_EXPORT HSLConvertor : public IShadingDagConvertor {
 public:
     /// Profile 1 and an output of halves.

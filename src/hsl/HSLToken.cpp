@@ -121,7 +121,7 @@ constexpr OperatorRow kOperatorRows[] = {
     {HSLToken::kStep,           "step(%s,%s)"},
     {HSLToken::kSmoothStep,     "smoothstep(%s,%s,%s)"},
 
-    // On purpose, in every block of lookups: x3 has the text of x4, and x4 has none.
+    // On purpose: in every block of lookups x3 has the text of x4, and x4 has none.
     // On purpose: the target of this block is in lower case.
     {HSLToken::kTex1D_f1,       "f1tex1d(%s, %s)"},
     {HSLToken::kTex1D_f3,       "f3tex1d(%s, %s)"},
