@@ -30,7 +30,7 @@ struct Diagnostic {
     std::string message;
     std::string name; ///< of a warning: "unused-variable"; an error has none
     std::vector<DiagnosticNote> notes;
-    std::string sourceLine; ///< the line itself, without its end
+    std::string sourceLine; ///< the line itself, without its end; empty where it is very long
 };
 
 } // namespace qvShadingDag

@@ -112,12 +112,19 @@ std::string_view SourceIndex::line(const char* source, unsigned int offset) cons
     const unsigned int written = file->end - file->first - MemMappedFile::kEndSize;
     const std::string_view text(source + file->first, written);
     const std::size_t at = std::min(offset - file->first, written);
-    const std::size_t before = at == 0 ? std::string_view::npos : text.rfind('\n', at - 1);
-    std::size_t begin = before == std::string_view::npos ? 0 : before + 1;
+    const std::size_t first = at > kLongestLine ? at - kLongestLine : 0;
+    const std::size_t before = text.substr(first, at - first).rfind('\n');
+    const std::size_t behind = text.substr(at, kLongestLine + 1).find('\n');
+    const bool begins = before != std::string_view::npos || first == 0;
+    const bool ends = behind != std::string_view::npos || text.size() - at <= kLongestLine;
+    if (!begins || !ends) {
+        return {};
+    }
+    std::size_t begin = before == std::string_view::npos ? 0 : first + before + 1;
     if (begin == 0 && text.starts_with(kByteOrderMark)) {
         begin = kByteOrderMark.size();
     }
-    const std::size_t end = std::min(text.find('\n', at), text.size());
+    const std::size_t end = behind == std::string_view::npos ? text.size() : at + behind;
     std::string_view result = text.substr(begin, std::max(begin, end) - begin);
     if (result.ends_with('\r')) {
         result.remove_suffix(1);

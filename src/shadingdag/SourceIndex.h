@@ -3,6 +3,7 @@
 #include "base/Export.h"
 #include "shadingdag/FileLocation.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +28,9 @@ QV_EXPORT std::string validUtf8(std::string_view text);
 /// in constant time.
 class QV_EXPORT SourceIndex {
 public:
+    /// Longer lines are not written by people, and nobody wants to be shown them.
+    static constexpr std::size_t kLongestLine = 1000;
+
     /// Enters the file whose bytes lie from `source[first]` up to `source[end]`, behind all files
     /// entered before. Changes nothing when there is no memory, which it throws.
     void addFile(const std::string& name, const char* source, unsigned int first, unsigned int end);
@@ -39,7 +43,8 @@ public:
     FileLocation location(const char* source, unsigned int offset) const;
 
     /// The line that holds the byte at `offset`, without its end and without a byte order mark; empty
-    /// when no file holds it. Takes linear time in the line.
+    /// when no file holds it, and for a line of more than `kLongestLine` bytes on either side of the
+    /// byte. Takes constant time.
     std::string_view line(const char* source, unsigned int offset) const;
 
 private:

@@ -42,16 +42,17 @@ bool Tokenizer::openText(const std::string& name, std::string_view text) {
 }
 
 void Tokenizer::locate(Diagnostic& diagnostic, unsigned int begin, unsigned int end) const {
-    const std::string_view line = fIndex.line(fSource.data(), begin);
-    const auto lineEnd =
-        static_cast<unsigned int>(line.data() - fSource.data() + static_cast<std::ptrdiff_t>(line.size()));
+    const char* const first = fSource.data() + begin;
+    const std::string_view extent(first, std::max(begin, end) - begin);
+    const std::size_t onLine = std::min(extent.find_first_of('\n'), extent.size());
+    const bool endsWithReturn = onLine < extent.size() && onLine > 0 && extent[onLine - 1] == '\r';
     const FileLocation from = location(begin);
-    const FileLocation to = location(std::max(begin, std::min(end, lineEnd)));
+    const FileLocation to = location(begin + static_cast<unsigned int>(onLine) - (endsWithReturn ? 1 : 0));
     diagnostic.file = fileName(begin);
     diagnostic.line = from.line;
     diagnostic.column = from.column;
     diagnostic.length = std::max(to.column, from.column + 1) - from.column;
-    diagnostic.sourceLine = validUtf8(line);
+    diagnostic.sourceLine = validUtf8(fIndex.line(fSource.data(), begin));
 }
 
 /// Enters what was read last, from `first` on; without memory it is forgotten again.

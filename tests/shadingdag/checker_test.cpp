@@ -173,6 +173,12 @@ TEST(ShadingChecker, EndsItsListAndItsNesting) {
     EXPECT_EQ(checker.diagnostics().size(), 100U);
     EXPECT_EQ(checker.diagnostics().back().line, 100U);
 
+    // A line that nobody reads is not copied into each of its diagnostics.
+    ShadingChecker wide;
+    wide.checkText("wide.qvs", std::string(1001, ' ') + "float f(float x) { return y; }");
+    ASSERT_EQ(summary(wide.diagnostics()), "1:1028 error");
+    EXPECT_EQ(wide.diagnostics().front().sourceLine, "");
+
     const auto nested = [](std::size_t depth, const std::string& open) {
         return "float f(float x) { return " + std::string(depth, '(').replace(0, 0, open) + "x" +
                std::string(depth + (open.empty() ? 0 : 1), ')') + "; }";

@@ -60,8 +60,11 @@ std::string diagnosticText(const Diagnostic& diagnostic, bool coloured) {
     std::string text =
         painted(kBold, placeText(diagnostic.file, diagnostic.line, diagnostic.column), coloured) + " " +
         painted(error ? kRed : kMagenta, std::string(severityName(diagnostic)) + ":", coloured) + " " +
-        diagnostic.message + (error ? "" : " [" + diagnostic.name + "]") + "\n" + diagnostic.sourceLine +
-        "\n" + painted(kGreen, caretLine(diagnostic), coloured) + "\n";
+        diagnostic.message + (error ? "" : " [" + diagnostic.name + "]") + "\n";
+    const bool tooLong = diagnostic.sourceLine.empty() && (diagnostic.column > 1 || diagnostic.length > 1);
+    if (!tooLong) {
+        text += diagnostic.sourceLine + "\n" + painted(kGreen, caretLine(diagnostic), coloured) + "\n";
+    }
     for (const DiagnosticNote& note : diagnostic.notes) {
         text += painted(kBold, placeText(note.file, note.line, note.column), coloured) +
                 " note: " + note.message + "\n";
