@@ -309,6 +309,7 @@ void SourceChecker::readFunction() {
             fFunctions.giveUp(function.name);
         }
         skipFailedFunction();
+        skipRestOfFunction();
         return;
     }
     if (type() == kOpenBrace) {
@@ -325,6 +326,7 @@ void SourceChecker::readFunction() {
                                   : "expected \";\" or a body behind the header, found " + found());
         fFunctions.giveUp(function.name);
         skipFailedFunction();
+        skipRestOfFunction();
         return;
     }
     if (!function.isDefined) {
@@ -501,6 +503,34 @@ void SourceChecker::skipFailedFunction() {
     }
 }
 
+/// Goes behind what a "}" or a fault that came too early has left of a function: all before the next
+/// one, where a bracket is closed there that was not opened there. An error unless the function has
+/// one.
+void SourceChecker::skipRestOfFunction() {
+    if (fPosition >= fLastEnd || beginsFunction(fPosition)) {
+        return;
+    }
+    std::ptrdiff_t braces = 0;
+    std::ptrdiff_t parentheses = 0;
+    bool isRest = false;
+    std::size_t end = fPosition;
+    for (; fTokens[end].type != kEndOfInput && !beginsFunction(end); ++end) {
+        braces += fTokens[end].type == kOpenBrace ? 1 : fTokens[end].type == kCloseBrace ? -1 : 0;
+        parentheses += fTokens[end].type == kOpenParen ? 1 : fTokens[end].type == kCloseParen ? -1 : 0;
+        isRest = isRest || braces < 0 || parentheses < 0;
+    }
+    if (!isRest) {
+        return;
+    }
+    if (fErrors == fErrorsBefore) {
+        const bool brace = type() == kCloseBrace;
+        Diagnostic& diagnostic = errorAt(token(), brace ? "this \"}\" closes nothing"
+                                                        : "expected a function's type, found " + found());
+        diagnostic.notes.push_back(fSource.noteAt(before().begin, "the function ends here"));
+    }
+    fPosition = end;
+}
+
 /// Of functions with the same parameters the first one is called, whatever comes later.
 void SourceChecker::warnOfTwins(const CheckedFunction& function) {
     std::vector<DataType> types;
@@ -530,7 +560,12 @@ void SourceChecker::readBody(CheckedFunction& function) {
     fBodyLeft = false;
     fReturned = false;
     fNesting = 0;
+    fBracesInDoubt = false;
+    fLostNames = 0;
     readCompound();
+    if (!fBodyLeft) {
+        skipRestOfFunction();
+    }
     finishBody(function);
     fSkipStray = fBodyLeft;
 }
@@ -652,6 +687,11 @@ void SourceChecker::finishBody(CheckedFunction& function) {
 /// What to write instead of a word that other languages have before a type; null for any other word.
 const char* SourceChecker::insteadOfQualifier(const std::string& word) {
     return insteadOf(kForeignQualifiers, word);
+}
+
+/// What a type of another language is called; null for any other word.
+const char* SourceChecker::insteadOfType(const std::string& word) {
+    return insteadOf(kForeignTypes, word);
 }
 
 /// A construct of another language, with its parentheses and bodies, is one fault.

@@ -15,11 +15,14 @@ namespace qvShadingDag {
 /// 1. Before a statement is read, its tokens are searched for what people bring along from other
 ///    languages ("?:", "[ ]", ".x"): that is then the one fault of the statement, whatever types
 ///    would say before it.
-/// 2. A fault in the grammar gives the statement up. Reading goes on behind its ";" or before what
-///    can only begin a statement or a function. Variables in it count as assigned and as used.
+/// 2. A fault in the grammar gives the statement up and is its one fault: what was said of the types
+///    before it is withdrawn. Reading goes on behind its ";" or before what can only begin a
+///    statement or a function. Variables in it count as declared, assigned and used.
 /// 3. A fault in types leaves the value of unknown type, which fits everywhere.
 /// 4. A function whose header cannot be read is not judged, nor are calls of its name.
 /// 5. Warnings of what is unused or missing need a body without an error.
+/// 6. What follows a body or a failed header and holds a "}" or a ")" too many is the rest of it, and
+///    one fault with what ended it early.
 class SourceChecker {
 public:
     SourceChecker(CheckedSource source, FunctionTable& functions, std::vector<Diagnostic>& diagnostics,
@@ -93,21 +96,26 @@ private:
     CompFreqRange readRange();
     std::string readFunctionName();
     void skipFailedFunction();
+    void skipRestOfFunction();
     void readBody(CheckedFunction& function);
     void declareParameters(const CheckedFunction& function);
     void finishBody(CheckedFunction& function);
     void warnOfTwins(const CheckedFunction& function);
     bool skipForeignConstruct(bool inBody);
     static const char* insteadOfQualifier(const std::string& word);
+    static const char* insteadOfType(const std::string& word);
 
     // Statements.
     void readCompound();
     void readStatement();
     void readDeclaration();
+    bool reportUnknownType();
+    void withdrawErrors(std::size_t first);
     void readReturn();
     void readCallStatement();
     void expectSemicolon(const char* what);
     bool reportForeignSyntax();
+    void skipRestOfStatement(std::size_t first);
     void leaveStatement(std::size_t first);
     void forgiveVariables(std::size_t first, std::size_t last);
 
@@ -159,7 +167,9 @@ private:
     const CheckedFunction* fCalled = nullptr; // by the call read last
     CompFreqRange fCalledRange;
     std::unordered_map<std::string, Variables> fVariables;
-    bool fBodyLeft = false; // a "}" is missing: the body is over
+    bool fBodyLeft = false;      // a "}" is missing: the body is over
+    bool fBracesInDoubt = false; // a statement that was given up may hold a brace of the body
+    unsigned int fLostNames = 0; // of variables, in declarations that could not be read
     unsigned int fErrorsBefore = 0;
     std::size_t fNamePlace = 0;
     std::vector<std::size_t> fParameterPlaces;

@@ -3,6 +3,7 @@
 #include "base/NearWords.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace qvShadingDag {
@@ -31,7 +32,9 @@ void SourceChecker::readCompound() {
     }
     while (!fBodyLeft && type() != kCloseBrace) {
         if (atEnd() || beginsFunction(fPosition)) {
-            errorAt(open, "this \"{\" is never closed");
+            if (!fBracesInDoubt) {
+                errorAt(open, "this \"{\" is never closed");
+            }
             fBodyLeft = true;
             break;
         }
@@ -44,6 +47,7 @@ void SourceChecker::readCompound() {
 void SourceChecker::readStatement() {
     const std::size_t first = fPosition;
     const unsigned int nesting = fNesting;
+    const std::size_t reported = fDiagnostics.size();
     try {
         if (type() == kOpenBrace) {
             readCompound();
@@ -55,6 +59,8 @@ void SourceChecker::readStatement() {
             readDeclaration();
         } else if (reportForeignSyntax()) {
             throw GivenUp();
+        } else if (reportUnknownType()) {
+            readDeclaration();
         } else if (type() == kDataTypeName) {
             readDeclaration();
         } else if (type() == kReturn) {
@@ -70,16 +76,50 @@ void SourceChecker::readStatement() {
         }
     } catch (const GivenUp&) {
         fNesting = nesting;
+        withdrawErrors(reported);
         leaveStatement(first);
     }
 }
 
+/// Of what was said from `first` on, the last error stays, and the warnings that are about the text.
+void SourceChecker::withdrawErrors(std::size_t first) {
+    const auto last = std::prev(fDiagnostics.end());
+    for (auto next = fDiagnostics.begin() + static_cast<std::ptrdiff_t>(first); next != last; ++next) {
+        fErrors -= next->severity == Diagnostic::kError ? 1 : 0;
+    }
+    const auto isOfTypes = [](const Diagnostic& diagnostic) {
+        return diagnostic.severity == Diagnostic::kError || diagnostic.name == "second-declaration";
+    };
+    const auto kept =
+        std::remove_if(fDiagnostics.begin() + static_cast<std::ptrdiff_t>(first), last, isOfTypes);
+    fDiagnostics.erase(kept, last);
+}
+
+/// A statement that begins with two names is a declaration with a type that there is not.
+bool SourceChecker::reportUnknownType() {
+    if (type() != kIdentifier || type(1) != kIdentifier ||
+        (type(2) != kAssign && type(2) != kComma && type(2) != kSemicolon)) {
+        return false;
+    }
+    const char* instead = insteadOfType(text());
+    std::vector<std::string> types;
+    for (int type = kBool; type <= kTexObj; ++type) {
+        types.push_back(dataTypeName(static_cast<DataType>(type)));
+    }
+    const std::vector<std::string> nearest = qvString::nearWords(text(), {types.begin(), types.end()}, 1);
+    errorAt(token(), instead ? std::string(instead)
+                             : "no type is called " + quote(text()) +
+                                   (nearest.empty() ? "" : "; did you mean " + quote(nearest.front()) + "?"));
+    return true;
+}
+
 /// type name ["=" value] {"," name ["=" value]} ";"
 void SourceChecker::readDeclaration() {
-    const DataType declared = token().dataType;
+    const DataType declared = type() == kDataTypeName ? token().dataType : kUnknownType;
     ++fPosition;
     for (;;) {
         if (type() != kIdentifier) {
+            ++fLostNames;
             const bool keyword = type() == kDataTypeName || (type() >= kOut && type() <= kFragment);
             giveUpAt(token(), keyword ? quote(text()) + " is a keyword and cannot name a variable"
                                       : "expected a variable's name, found " + found());
@@ -95,7 +135,7 @@ void SourceChecker::readDeclaration() {
         if (type() == kAssign) {
             ++fPosition;
             Value initial = readBinary();
-            if (initial.type != kUnknownType && initial.type != declared) {
+            if (initial.type != kUnknownType && declared != kUnknownType && initial.type != declared) {
                 error(initial.extent, "variable " + quote(name) + " is " + dataTypeName(declared) +
                                           ", its value " + typeName(initial.type));
                 initial = Value{declared, {}, {}, Value::kComputed, "", initial.extent};
@@ -287,8 +327,36 @@ void SourceChecker::leaveStatement(std::size_t first) {
     }
     if (type() == kSemicolon) {
         ++fPosition;
+        skipRestOfStatement(first);
     }
+    std::ptrdiff_t depth = 0;
+    for (std::size_t i = first; i < fPosition; ++i) {
+        depth += fTokens[i].type == kOpenBrace ? 1 : fTokens[i].type == kCloseBrace ? -1 : 0;
+        fBracesInDoubt = fBracesInDoubt || (depth > 0 && fTokens[i].type == kSemicolon);
+    }
+    fBracesInDoubt = fBracesInDoubt || depth != 0 || atEnd();
     forgiveVariables(first, fPosition);
+}
+
+/// A ";" in the place of a "," or of a name splits a statement: what follows it then begins with
+/// what cannot begin one, or closes a parenthesis too many.
+void SourceChecker::skipRestOfStatement(std::size_t first) {
+    const auto depthAfter = [&](std::size_t from, std::size_t end, std::ptrdiff_t depth) {
+        for (std::size_t i = from; i < end; ++i) {
+            depth += fTokens[i].type == kOpenParen ? 1 : fTokens[i].type == kCloseParen ? -1 : 0;
+        }
+        return depth;
+    };
+    std::size_t end = fPosition;
+    while (fTokens[end].type != kSemicolon && fTokens[end].type != kOpenBrace && !beginsStatement(end)) {
+        ++end;
+    }
+    const bool inParentheses = depthAfter(first, fPosition, 0) > 0;
+    const bool isRest = type() == kAssign || type() == kComma ||
+                        (inParentheses && (type() == kSemicolon || depthAfter(fPosition, end, 0) < 0));
+    if (isRest && fTokens[end].type == kSemicolon) {
+        fPosition = end + 1;
+    }
 }
 
 /// From here on the variables in a stretch of tokens count as declared, assigned and used.
@@ -301,12 +369,15 @@ void SourceChecker::forgiveVariables(std::size_t first, std::size_t last) {
         }
         const std::string name = fSource.textOf(fTokens[i]);
         const bool behindType = i > first && fTokens[i - 1].type == kDataTypeName;
+        const bool isAssigned = fTokens[i + 1].type == kAssign;
         const bool behindComma = declaring && i > first && fTokens[i - 1].type == kComma;
         Variables* variables = findVariables(name);
-        if (!variables && (behindType || behindComma)) {
+        if (!variables && (behindType || behindComma || isAssigned)) {
             Variable variable;
             variable.place = i;
-            variable.value.type = behindType ? fTokens[i - 1].dataType : declared;
+            variable.value.type = behindType    ? fTokens[i - 1].dataType
+                                  : behindComma ? declared
+                                                : kUnknownType;
             fVariables[name].push_back(std::move(variable));
             variables = findVariables(name);
         }
@@ -374,6 +445,10 @@ void SourceChecker::assign(const std::string& name, const Value& value, Extent e
 /// The variable whose name looks most like `name`, the first of several by their letters; empty
 /// when none does.
 std::string SourceChecker::nearestVariable(const std::string& name) const {
+    constexpr std::size_t kMostNames = 10000; // a hint is not worth the time of more
+    if (fVariables.size() > kMostNames) {
+        return "";
+    }
     std::vector<std::string_view> names;
     for (const auto& [other, entries] : fVariables) {
         if (other != "output") {
@@ -398,7 +473,11 @@ SourceChecker::Value SourceChecker::useVariable(std::size_t place) {
         } else if (!nearest.empty()) {
             message += "; did you mean " + quote(nearest) + "?";
         }
-        errorAt(fTokens[place], message);
+        if (fLostNames > 0) {
+            --fLostNames; // a declaration that was reported has lost this name, most likely
+        } else {
+            errorAt(fTokens[place], message);
+        }
         Variable unknown;
         unknown.place = place;
         unknown.used = true;
