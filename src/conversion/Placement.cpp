@@ -123,7 +123,9 @@ PlacementCost Placement::cost(unsigned int level) const {
     }
     const FlatProgram& flat = fPlaced->flat;
     for (Index n = 0; n < flat.nodes.size(); ++n) {
-        if (fPlaced->places[n].level == level && flat.nodes[n].kind == FlatProgram::kCall) {
+        const PlacedProgram::Place& place = fPlaced->places[n];
+        const bool runs = place.pinned || place.shown; // not for a dropped output alone
+        if (runs && place.level == level && flat.nodes[n].kind == FlatProgram::kCall) {
             ++cost.operations;
             cost.lookups += isLookup(flat, flat.nodes[n]) ? 1 : 0;
         }

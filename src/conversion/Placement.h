@@ -79,7 +79,7 @@ struct PlacedCrossing {
     bool intoFragment = false; ///< the fragment program reads it
 };
 
-/// What one level costs.
+/// What one level costs. What only dropped outputs need is not computed, and costs nothing.
 struct PlacementCost {
     int operations = 0; ///< calls of primitives computed there, lookups included
     int lookups = 0;    ///< texture lookups among them

@@ -261,6 +261,24 @@ bool Crossings::choose() {
     return any;
 }
 
+/// What only dropped outputs need has no say in what sinks; it follows the values that it reads, so
+/// that no node stands before its arguments.
+void followSunk(PlacedProgram& placed) {
+    const FlatProgram& flat = placed.flat;
+    for (Index n = 0; n < flat.nodes.size(); ++n) {
+        Place& place = placed.places[n];
+        const FlatProgram::Node& node = flat.nodes[n];
+        for (Index i = 0; !place.pinned && !place.shown && i < node.argumentCount; ++i) {
+            const Index argument = flat.valueNode[flat.arguments[node.firstArgument + i]];
+            if (placed.places[argument].level > place.level) {
+                place.level = placed.places[argument].level;
+                place.reason = PlacedProgram::kLatestArgument;
+                place.decider = argument;
+            }
+        }
+    }
+}
+
 } // namespace
 
 void sinkAffine(PlacedProgram& placed) {
@@ -273,6 +291,7 @@ void sinkAffine(PlacedProgram& placed) {
     for (int turn = 0; turn < kMaxTurns && crossings.choose(); ++turn) {
         crossings.sink();
     }
+    followSunk(placed);
 }
 
 } // namespace qvShadingDag
