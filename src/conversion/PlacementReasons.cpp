@@ -1,6 +1,6 @@
 // The words in which a placement gives its reasons.
 
-#include "conversion/PlacedProgram.h"
+#include "conversion/PlacementPasses.h"
 #include "shadingdag/ShadingNode.h"
 #include "shadingdag/ShadingNodeSpec.h"
 
@@ -48,6 +48,8 @@ std::string reasonOfNode(const PlacedProgram& placed, Index n) {
     const PlacedProgram::Place& place = placed.places[n];
     const std::string name = nameOf(placed, place.decider);
     const bool itself = place.decider == n;
+    const bool isFlat = travelsFlat(placed.flat.valueTypes[placed.flat.nodes[n].firstValue]);
+    const std::string commuting = isFlat ? "not interpolated" : "affine"; // of what sank
     switch (place.reason) {
     case PlacedProgram::kWrittenLiteral:
         return "literal";
@@ -81,9 +83,9 @@ std::string reasonOfNode(const PlacedProgram& placed, Index n) {
     case PlacedProgram::kInterpolated:
         return "not affine in " + name + ": interpolating the result would change the picture";
     case PlacedProgram::kSunk:
-        return "affine, and " + name + " crosses anyway";
+        return commuting + ", and " + name + " crosses anyway";
     case PlacedProgram::kSunkForFewer:
-        return "affine, and fewer components cross when " + name + " does";
+        return commuting + ", and fewer components cross when " + name + " does";
     default:
         return "";
     }

@@ -105,6 +105,7 @@ run(place_earliest 0 ${surface} surface known=2 --policy earliest --input tint=u
 run(place_cost 0 ${surface} surface --cost)
 run(nothing 0 ${surface} surface known=2 size=1 -o "${OUTPUT}/place.dot")
 compare(place.dot)
+run(place_flat 0 ${surface} counted)
 run(place_pinned 3 ${surface} lifted)
 run(place_primitive 3 place primitives.qvs dot)
 run(place_bad_input 2 ${surface} surface --input shape=uniform)
