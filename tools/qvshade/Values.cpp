@@ -4,16 +4,27 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdlib>
 #include <system_error>
 
 using namespace qvShadingDag;
 
 namespace {
 
-template <typename Number>
-bool readNumber(const std::string& text, Number& number) {
+bool readNumber(const std::string& text, int& number) {
     const char* end = text.data() + text.size();
     const std::from_chars_result result = std::from_chars(text.data(), end, number);
+    return result.ec == std::errc() && result.ptr == end;
+}
+
+/// What is too large or too small for its type is infinity or next to 0, as in a source.
+bool readNumber(const std::string& text, double& number) {
+    const char* end = text.data() + text.size();
+    const std::from_chars_result result = std::from_chars(text.data(), end, number);
+    if (result.ec == std::errc::result_out_of_range) {
+        number = std::strtod(text.c_str(), nullptr);
+        return result.ptr == end;
+    }
     return result.ec == std::errc() && result.ptr == end;
 }
 
