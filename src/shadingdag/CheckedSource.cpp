@@ -11,6 +11,18 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
+/// Valid UTF-8 that a terminal shows: also for control characters there is a replacement.
+std::string readable(std::string_view bytes) {
+    constexpr const char* kReplacement = "\xEF\xBF\xBD"; // U+FFFD
+    std::string result;
+    for (const char c : validUtf8(bytes)) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool control = (byte < 0x20 && c != '\t') || byte == 0x7F;
+        result += control ? std::string(kReplacement) : std::string(1, c);
+    }
+    return result;
+}
+
 bool isBlank(char c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
@@ -138,11 +150,15 @@ std::string CheckedSource::quoted(std::size_t begin, std::size_t end) const {
     for (std::size_t count = 0; count < kLongest && length < firstLine.size(); ++count) {
         length += codePointLength(firstLine.substr(length));
     }
-    return validUtf8(firstLine.substr(0, length)) + (length < bytes.size() ? "..." : "");
+    return readable(firstLine.substr(0, length)) + (length < bytes.size() ? "..." : "");
 }
 
 std::string CheckedSource::textOf(const CheckedToken& token) const {
-    return validUtf8(std::string_view(fText).substr(token.begin, token.end - token.begin));
+    const std::string_view rest = std::string_view(fText).substr(token.begin);
+    const std::size_t length = token.end - token.begin;
+    // What begins no token is taken byte by byte.
+    const bool character = token.type == kInvalidToken && length == 1;
+    return readable(rest.substr(0, character ? codePointLength(rest) : length));
 }
 
 std::size_t CheckedSource::lineOf(std::size_t offset) const {

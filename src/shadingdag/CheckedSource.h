@@ -41,7 +41,7 @@ public:
     const std::vector<CheckedToken>& tokens() const { return fTokens; }
     const std::vector<LostText>& lostTexts() const { return fLostTexts; }
 
-    /// The bytes of a token as valid UTF-8.
+    /// The bytes of a token as valid UTF-8; of one that begins no token, the whole character.
     std::string textOf(const CheckedToken& token) const;
     /// The bytes from one offset to another as valid UTF-8, on one line and not longer than one
     /// reads at a glance.

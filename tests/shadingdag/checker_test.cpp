@@ -134,6 +134,9 @@ TEST(ShadingChecker, SaysWhatWasMeant) {
     } const rows[] = {
         {"float f(float normla, float x) { return normal + x + normla; }",
          "no variable is called \"normal\"; did you mean \"normla\"?"},
+        {"float \xC3\xA4(float x) { return x; }", "expected the function's name, found \"\xC3\xA4\""},
+        {"float f(float x) { return x; } \x1B",
+         "\"\xEF\xBF\xBD\" is dropped: a header needs a \";\" or a body behind it"},
         {"float f(float3 v) { return dto(v, v); }",
          "no function is called \"dto\" | base.qvs:7:7 did you mean \"dot\"?"},
         {"float f(int i) { return sin(i); }",

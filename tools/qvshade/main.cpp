@@ -24,7 +24,7 @@ int run(const std::vector<std::string>& arguments) {
         result = failure(kBadOutput, error.what());
     }
     qvShadingDag::ShadingNodeSpec::clearLibrary();
-    std::fputs(result.message.c_str(), stderr);
+    std::fwrite(result.message.data(), 1, result.message.size(), stderr); // a source may hold zeros
     return result.status;
 }
 
