@@ -2,8 +2,11 @@
 
 #include "Failure.h"
 
+#include "base/NearWords.h"
+
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <string_view>
 
 const char* const kHelp =
@@ -79,6 +82,12 @@ written or drawn.
 )help";
 
 namespace {
+
+constexpr std::string_view kWarningNames[] = {
+    "minus-in-number", "exponent-plus",     "comment-in-comment", "comment-eats-text",  "unclosed-comment",
+    "dropped-header",  "second-definition", "hidden-definition",  "second-declaration", "same-parameter",
+    "missing-return",  "unassigned-output", "unused-variable",    "unused-parameter",   "frequency",
+};
 
 // The commands as bits, to say which of them take an option.
 enum CommandBits : unsigned int {
@@ -172,7 +181,14 @@ void switchWarningOff(CommandLine& line, const std::string& off) {
     if (!off.starts_with("no-")) {
         throw misunderstood("'-W' takes no-NAME, the name of a warning");
     }
-    line.warningsOff.push_back(off.substr(3));
+    const std::string name = off.substr(3);
+    if (std::find(std::begin(kWarningNames), std::end(kWarningNames), name) == std::end(kWarningNames)) {
+        const std::vector<std::string> nearest =
+            qvString::nearWords(name, {std::begin(kWarningNames), std::end(kWarningNames)}, 1);
+        throw misunderstood("no warning is called '" + name + "'" +
+                            (nearest.empty() ? "" : "; did you mean " + nearest.front() + "?"));
+    }
+    line.warningsOff.push_back(name);
 }
 
 void deliverInput(CommandLine& line, const std::string& text) {
