@@ -321,10 +321,6 @@ private:
                 variable.inFragment = true;
                 break;
             default:
-                if (output.type >= kMatrix2) {
-                    throw Exception("the output '" + output.name + "' is a " + dataTypeName(output.type) +
-                                    ", which is no colour: give out a float to float4");
-                }
                 variable.name = outputName(fTarget.color, "color");
                 variable.type = kFloat4;
                 variable.location = 0;
@@ -334,11 +330,6 @@ private:
             fPlan.variables.outputs.push_back(std::move(variable));
             fPlan.outputValues.push_back(output.value);
             fPlan.outputRoles.push_back(fPlaced.roles[i]);
-        }
-        if (fPlan.outputRoles.empty()) {
-            throw Exception(
-                "there is nothing to draw: give out a colour ('return' or 'color'), a 'position' or a "
-                "'depth'");
         }
         if (fImplied) {
             fPlan.position = outputName(fTarget.position, "position");

@@ -125,6 +125,11 @@ struct PlacementFailure {
 /// Places a function; throws a `PlacementFailure` when that cannot be done.
 PlacedProgram placeFunction(const ShadingNodeSpec& function, const PlacementOptions& options);
 
+/// What placing does without but programs need: colours are numbers, each name has one meaning, and
+/// there is something to draw.
+/// Throws a `PlacementFailure`.
+void checkInterface(const ShadingNodeSpec& function, const PlacedProgram& placed);
+
 /// Why a node is where it is, in words; never empty.
 std::string placementReason(const PlacedProgram& placed, PlacedProgram::Index node);
 

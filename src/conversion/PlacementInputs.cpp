@@ -6,6 +6,8 @@
 #include "shadingdag/ShadingNodeSpec.h"
 
 #include <algorithm>
+#include <set>
+#include <string>
 
 namespace qvShadingDag {
 
@@ -205,6 +207,33 @@ void assignRoles(PlacedProgram& placed, const ShadingNodeSpec& function) {
         placed.roles.push_back(role);
         if (role == PlacedProgram::kDropped) {
             placed.notices.push_back("output '" + output.name + "' is dropped: " + why);
+        }
+    }
+}
+
+// ==== 3. Both
+
+void checkInterface(const ShadingNodeSpec& function, const PlacedProgram& placed) {
+    // The host names inputs, and texts and interface name all parameters.
+    std::set<std::string> names;
+    ShadingNodeSpec::ArgumentIterator parameter;
+    ShadingNodeSpec::ArgumentIterator last;
+    for (function.arguments(parameter, last); parameter != last; ++parameter) {
+        if (!names.insert(parameter->second.name()).second) {
+            refuseFunction(function,
+                           "two parameters have the name '" + parameter->second.name() + "': rename one");
+        }
+    }
+    const auto dropped = std::count(placed.roles.begin(), placed.roles.end(), PlacedProgram::kDropped);
+    if (static_cast<std::size_t>(dropped) == placed.roles.size()) {
+        refuseFunction(function, "there is nothing to draw: give out a colour ('return' or 'color'), a "
+                                 "'position' or a 'depth'");
+    }
+    for (std::size_t i = 0; i < placed.roles.size(); ++i) {
+        const FlatProgram::Output& output = placed.flat.outputs[i];
+        if (placed.roles[i] == PlacedProgram::kColor && output.type >= kMatrix2) {
+            refuseFunction(function, "the output '" + output.name + "' is a " + dataTypeName(output.type) +
+                                         ", which is no colour: give out a float to float4");
         }
     }
 }

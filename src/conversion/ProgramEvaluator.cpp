@@ -29,7 +29,9 @@ constexpr std::size_t kRowsPerStrip = 32; // even: squares of two by two do not 
 
 PlacedProgram placeOrThrow(const ShadingNodeSpec& function, const PlacementOptions& options) {
     try {
-        return placeFunction(function, options);
+        PlacedProgram placed = placeFunction(function, options);
+        checkInterface(function, placed);
+        return placed;
     } catch (const PlacementFailure& failure) {
         fail(failure.message);
     }
@@ -319,11 +321,13 @@ public:
 
     void run() {
         const std::size_t strips = fRasterizer.numStrips();
+        const std::size_t threads = std::min<std::size_t>(fPair.threads, strips);
         std::vector<std::thread> helpers;
-        for (std::size_t i = 1; i < std::min<std::size_t>(fPair.threads, strips); ++i) {
+        helpers.reserve(threads);
+        for (std::size_t i = 1; i < threads; ++i) {
             try {
                 helpers.emplace_back([this] { work(false); });
-            } catch (const std::system_error&) {
+            } catch (const std::exception&) {
                 break; // the others do it alone
             }
         }
@@ -458,7 +462,12 @@ private:
 
 void ProgramEvaluation::draw(std::size_t vertices, std::span<const unsigned int> triangles,
                              RasterImage& image) {
-    if (vertices == 0 || triangles.size() < 3 || image.width == 0 || image.height == 0) {
+    const std::size_t pixels = checkedPixels(image.width, image.height);
+    if (image.color.size() != 4 * pixels || image.depth.size() != pixels) {
+        fail("The picture's colours and depths are not those of " + std::to_string(image.width) + " x " +
+             std::to_string(image.height) + " pixels");
+    }
+    if (vertices == 0 || triangles.size() < 3 || pixels == 0) {
         return;
     }
     Drawing(*this, vertices, triangles, image).run();

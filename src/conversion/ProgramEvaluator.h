@@ -57,14 +57,16 @@ public:
     };
 
     /// Places the function. Throws an `Exception` of type `kInputError` with the text of
-    /// `Placement::errorString` where that cannot be done, and when a constant input has no value.
+    /// `Placement::errorString` where that cannot be done, and with one of its kind when there is
+    /// nothing to draw, when a colour is no number, and when two parameters have one name.
     explicit ProgramEvaluator(const ShadingNodeSpec& function, const PlacementOptions& options = {});
     ProgramEvaluator(ProgramEvaluator&& other) noexcept;
     ProgramEvaluator& operator=(ProgramEvaluator&& other) noexcept;
     ~ProgramEvaluator();
 
-    /// The inputs that the pair reads, in the order of the header; behind them those that the implied
-    /// clip position needs: `position` (a float4 per vertex) and `modelViewProjection` (a matrix4).
+    /// The inputs that the pair reads, in the order of the header, constant ones that the options give
+    /// no value included; behind them those that the implied clip position needs: `position` (a float4
+    /// per vertex) and `modelViewProjection` (a matrix4).
     const std::vector<Input>& inputs() const;
 
     /// @name Before drawing
@@ -76,12 +78,12 @@ public:
     /// A value per vertex: a column per component, of as many numbers as there are vertices. For a
     /// float4, a fourth column may be missing: it is then 1. The columns must live until the drawing.
     void set(const std::string& name, std::vector<std::span<const double>> columns);
-    /// A map.
+    /// A map. With more than one thread, several call it at the same time.
     void set(const std::string& name, Texture texture);
     /// How many threads share the fragments; 1 at first.
     void setThreads(unsigned int threads);
-    /// Is told the part of the picture that is done, from 0 to 1, now and then, from the drawing
-    /// thread.
+    /// Is told the part of the picture that is done, from 0 to 1, now and then, by the thread that
+    /// called `draw`. What it throws ends the drawing and comes out of `draw`.
     void setProgress(std::function<void(double)> progress);
     /// Whether triangles that turn their back (clockwise on the screen) are left out; at first not.
     void setCullsBackFaces(bool culls);
@@ -89,7 +91,8 @@ public:
 
     /// Draws triangles, three indices of vertices each, in front of what lies deeper. Indices that
     /// are not below `vertices` leave their triangle out, and so do positions that are no numbers.
-    /// Throws when an input has no value.
+    /// Throws when an input has no value or fewer than `vertices`, when a primitive has no kernel, and
+    /// when the sizes of the picture's vectors are not those that its constructor gave them.
     void draw(std::size_t vertices, std::span<const unsigned int> triangles, RasterImage& image);
 
 private:

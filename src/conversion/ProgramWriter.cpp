@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <set>
 
 namespace qvShadingDag {
 
@@ -401,28 +400,9 @@ std::string helperTexts(const ProgramBody& body, const ProgramTarget& target) {
     return text;
 }
 
-namespace {
-
-// The host names inputs, and texts and interface name all parameters.
-void refuseSameNames(const ShadingNodeSpec& function) {
-    std::set<std::string_view> names;
-    ShadingNodeSpec::ArgumentIterator first;
-    ShadingNodeSpec::ArgumentIterator last;
-    for (function.arguments(first, last); first != last; ++first) {
-        if (!names.insert(first->second.name()).second) {
-            const std::string place = placeOf(function);
-            throw PlacementFailure{kFunctionFault, (place.empty() ? "" : place + ": ") + function.name() +
-                                                       ": two parameters have the name '" +
-                                                       first->second.name() + "': rename one"};
-        }
-    }
-}
-
-} // namespace
-
 PlacedProgram placeToConvert(const ShadingNodeSpec& function, const PlacementOptions& options) {
-    refuseSameNames(function);
     PlacedProgram placed = placeFunction(function, options);
+    checkInterface(function, placed);
     for (std::size_t i = 0; i < placed.flat.inputs.size(); ++i) {
         const FlatProgram::Input& input = placed.flat.inputs[i];
         if (placed.delivered[i] == kConstantFreq &&

@@ -12,6 +12,7 @@
 #include <map>
 #include <numeric>
 #include <random>
+#include <stdexcept>
 
 using namespace qvShadingDag;
 
@@ -259,6 +260,45 @@ TEST_F(ProgramEvaluatorTest, SaysWhatIsMissing) {
     EXPECT_EQ(errorOf([&] { evaluator.set("a", whiteTexture()); }), "Input a is no map");
     EXPECT_NE(errorOf([&] { evaluator.draw(3, kTriangle, image); }), "");
     EXPECT_NE(errorOf([] { RasterImage(65536, 65536); }), "");
+    image.width = 5;
+    EXPECT_EQ(errorOf([&] { evaluator.draw(3, kTriangle, image); }),
+              "The picture's colours and depths are not those of 5 x 4 pixels");
+
+    struct {
+        const char* source;
+        const char* error; // behind the function's name
+    } const rows[] = {
+        {"matrix2 FUNCTION(uniform matrix2 m) { return m; }",
+         "the output 'output' is a matrix2, which is no colour: give out a float to float4"},
+        {"texobj FUNCTION(texobj m) { return m; }",
+         "the output 'output' is a texobj, which is no colour: give out a float to float4"},
+        {"void FUNCTION(float a, out float x) { x = a; }",
+         "there is nothing to draw: give out a colour ('return' or 'color'), a 'position' or a 'depth'"},
+        {"float FUNCTION(float a, float a) { return a; }", "two parameters have the name 'a': rename one"},
+        {"void FUNCTION(float a, out float color, out float color) { color = a; }",
+         "two parameters have the name 'color': rename one"},
+    };
+    for (const auto& row : rows) {
+        const std::string error = errorOf([&] { ProgramEvaluator unused(function(row.source)); });
+        EXPECT_TRUE(error.ends_with(": " + std::string(row.error))) << error;
+    }
+}
+
+// What the host is told stops the drawing when it throws, on any number of threads.
+TEST_F(ProgramEvaluatorTest, StopsWhenTheHostSaysSo) {
+    ProgramEvaluator evaluator(function("float FUNCTION() { return 1; }"));
+    evaluator.set("position", ShadingValue(0, 0, 0, 1));
+    evaluator.set("modelViewProjection",
+                  ShadingValue(kMatrix4, {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}));
+    evaluator.setThreads(2);
+    RasterImage image(4, 256);
+    double last = 0;
+    evaluator.setProgress([&](double part) { last = part; });
+    evaluator.draw(3, kTriangle, image);
+    EXPECT_GT(last, 0);
+    EXPECT_LE(last, 1);
+    evaluator.setProgress([](double) { throw std::runtime_error("stop"); });
+    EXPECT_THROW(evaluator.draw(3, kTriangle, image), std::runtime_error);
 }
 
 // A fan around a point covers every pixel once, whatever the corners are, also behind the viewer.

@@ -1,6 +1,6 @@
 # Runs qvshade in tests/data/qvshade and compares what it writes with the files there.
 #
-#   cmake -DQVSHADE=<program, a list> -DVERSION=<its version> -DEMULATED=<boolean> -DOUTPUT=<folder>
+#   cmake -DQVSHADE=<program, a list> -DCOMPARE=<compare_pictures, a list> -DVERSION=<its version> -DEMULATED=<boolean> -DOUTPUT=<folder>
 #         -P qvshade_test.cmake
 set(data "${CMAKE_CURRENT_LIST_DIR}/../data/qvshade")
 file(REMOVE_RECURSE "${OUTPUT}")
@@ -196,6 +196,68 @@ run(eval_kernel 3 eval values.qvs strange x=1)
 run(eval_unconnected 3 eval values.qvs half x=1)
 run(eval_no_file 1 eval nowhere.qvs half x=1)
 
+# Pictures: all inputs by their usual names, what policies and shapes change, and what is refused.
+set(pictures -l ../../../stdlib/stdlib.qvs pictures.qvs)
+set(render render ${pictures})
+function(same_picture file other expected)
+  execute_process(COMMAND ${COMPARE} "${OUTPUT}/${file}" "${other}" RESULT_VARIABLE result OUTPUT_VARIABLE text)
+  if(NOT result EQUAL expected)
+    message(SEND_ERROR "${file} and ${other}: ${text}")
+  endif()
+endfunction()
+function(picture name message)
+  execute_process(COMMAND ${QVSHADE} ${render} ${ARGN} -o "${OUTPUT}/${name}.png"
+                  WORKING_DIRECTORY "${data}" OUTPUT_VARIABLE out ERROR_VARIABLE error RESULT_VARIABLE result)
+  if(result OR NOT out STREQUAL "" OR NOT error STREQUAL message)
+    message(SEND_ERROR "${name}: status ${result}, ${out}${error}")
+  endif()
+  if(EXISTS "${data}/${name}.png")
+    same_picture(${name}.png "${data}/${name}.png" 0)
+  endif()
+endfunction()
+picture(sphere "" gloss --size 64)
+picture(earliest "" gloss --size=64 --policy earliest)
+same_picture(earliest.png "${OUTPUT}/sphere.png" 1)
+picture(plane "" looked map=@../images/linux.png --size 64 --shape plane)
+picture(torus "" frame --size 64 --shape torus)
+picture(large "" gloss)
+same_picture(large.png "${OUTPUT}/sphere.png" 1)
+picture(usual "qvshade: input 'a' was not given\nqvshade: input 'i' was not given
+qvshade: input 'b' was not given\nqvshade: input 'm' was not given\nqvshade: input 'map' was not given
+qvshade: input 'known' was not given\n" usual --size 64)
+picture(given "" usual a=0.5 i=1 b=true m=1,0,0,1 map=checker known=0.5 --size 64)
+same_picture(given.png "${OUTPUT}/usual.png" 0)
+picture(uniform "" lit --size 64)
+picture(delivered "" litPerVertex --input toLight=uniform --size 64)
+same_picture(delivered.png "${OUTPUT}/uniform.png" 0)
+picture(no_numbers "" noNumbers --size 64) # not-a-number is black, infinity white
+
+set(out -o "${OUTPUT}/refused.png")
+refused(2 "'render' needs -o OUT.png" ${render} gloss)
+refused(2 "input 'map' is read as a CUBE map: it takes checker or white, a picture serves 1D, 2D and RECT lookups"
+        ${render} cube map=@../images/linux.png ${out})
+refused(2 "'lit' has no input 'light'; its inputs are: float3 normal, float3 toLight" ${render} lit light=1 ${out})
+refused(2 "input 'float3 normal': it takes 3 components, not the 1 of '1'" ${render} lit normal=1 ${out})
+refused(1 "cannot read picture 'nowhere.png'" ${render} looked map=@nowhere.png ${out})
+refused(3 "no function 'nothing'" ${render} nothing ${out})
+refused(3 "primitives.qvs:10: dot: a declared function has no body to place" render primitives.qvs dot ${out})
+refused(3 "pictures.qvs:1: turn: the output 'output' is a matrix2, which is no colour: give out a float to float4"
+        ${render} turn ${out})
+refused(3 "pictures.qvs: strange(float) cannot be rendered: There is no kernel for unknown(float)"
+        ${render} strange a=1 ${out})
+refused(4 "cannot write 'refused.jpg': a picture is a .png file" ${render} gloss -o refused.jpg)
+refused(4 "cannot write 'nowhere/refused.png'" ${render} gloss -o nowhere/refused.png)
+refused(2 "'--pictures' needs -o OUT with the ending .svg, .png or .html" graph ${pictures} gloss --pictures)
+refused(4 "'--pictures' needs -o OUT with the ending .svg, .png or .html" graph ${pictures} gloss --pictures -o refused.dot)
+refused(3 "pictures.qvs: strange(float) cannot be shown: There is no kernel for unknown(float)" graph ${pictures}
+        strange --pictures -o "${OUTPUT}/refused.svg")
+misunderstood("'--size' takes a number of pixels from 1 to 8192" ${render} gloss --size 0 ${out})
+misunderstood("'--shape' takes sphere, plane or torus" ${render} gloss --shape cone ${out})
+file(GLOB left "${OUTPUT}/refused*" "${data}/refused*")
+if(left)
+  message(SEND_ERROR "a failure leaves ${left}")
+endif()
+
 execute_process(COMMAND ${QVSHADE} --version OUTPUT_VARIABLE version)
 if(NOT version STREQUAL "qvshade ${VERSION}\n")
   message(SEND_ERROR "--version prints '${version}'")
@@ -267,6 +329,16 @@ else()
                     RESULT_VARIABLE result)
     if(result OR NOT EXISTS "${OUTPUT}/-x.svg")
       message(SEND_ERROR "-o -x.svg: status ${result}")
+    endif()
+    foreach(kind svg png html)
+      run(nothing 0 graph ${pictures} usual a=0.5 i=1 b=true m=1,0,0,1 map=checker
+          known=0.5 --pictures -o "${OUTPUT}/pictures.${kind}")
+    endforeach()
+    file(READ "${OUTPUT}/pictures.html" html)
+    string(REGEX MATCHALL "data:image/png;base64,[A-Za-z0-9+/]+=*\"" inside "${html}")
+    list(LENGTH inside count)
+    if(NOT count EQUAL 30 OR NOT html MATCHES "^<!DOCTYPE html>.*1 0.*</html>\n$" OR html MATCHES "qvshade-[0-9]")
+      message(SEND_ERROR "${count} pictures in pictures.html")
     endif()
     file(READ "${OUTPUT}/it's.SVG" svg)
     file(READ "${OUTPUT}/operator.png" png LIMIT 8 HEX)

@@ -2,6 +2,7 @@
 
 #include "Failure.h"
 #include "Functions.h"
+#include "Inputs.h"
 #include "Maps.h"
 #include "Output.h"
 #include "Values.h"
@@ -16,18 +17,6 @@ using namespace qvShadingDag;
 namespace {
 
 using Input = GraphEvaluator::Input;
-
-/// A picture is flat: no volume and no cube can be looked up in it.
-void checkMap(const Input& input, const std::string& text) {
-    for (const TextureKind kind : input.textureKinds) {
-        if (text.front() == '@' && (kind == kTexture3D || kind == kTextureCUBE)) {
-            throw failure(kBadCommandLine, "input '" + input.name + "' is read as a " +
-                                               (kind == kTexture3D ? "3D" : "CUBE") +
-                                               " map: it takes checker or "
-                                               "white, a picture serves 1D, 2D and RECT lookups");
-        }
-    }
-}
 
 /// What a missing value would look like: "NUMBER,NUMBER,NUMBER".
 std::string exampleOf(DataType type) {
@@ -62,7 +51,7 @@ void setInputs(const CommandLine& line, const ShadingNodeSpec& spec, GraphEvalua
                                                " has no value: " + input.name + "=" + exampleOf(input.type));
         }
         if (text && input.type == kTexObj) {
-            checkMap(input, *text);
+            checkMap(input.name, input.textureKinds, *text);
             evaluator.set(input.name, readMap(*text));
         }
     }

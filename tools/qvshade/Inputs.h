@@ -15,6 +15,14 @@
 /// for bool, the identity for matrices.
 qvShadingDag::ShadingValue usualValue(DataType type);
 
+/// Throws where the map named `text` cannot serve the kinds that it is read as: a picture is flat, no
+/// volume and no cube can be looked up in it.
+void checkMap(const std::string& name, const std::vector<qvShadingDag::TextureKind>& kinds,
+              const std::string& text);
+
+/// The same for all maps of the command line, for each input that an output depends on.
+void checkMaps(const CommandLine& line, const qvShadingDag::ShadingNodeSpec& spec);
+
 /// Says on standard error which inputs were not given.
 void tellMissing(const std::vector<std::string>& names);
 
@@ -29,6 +37,7 @@ std::vector<std::string> setInputs(const CommandLine& line, const qvShadingDag::
     for (const auto& [name, text] : line.values) {
         readValue(text, inputNamed(spec, name)); // also of inputs that nothing reads
     }
+    checkMaps(line, spec);
     std::vector<std::string> missing;
     for (const auto& input : inputs) {
         const auto given = std::find_if(line.values.begin(), line.values.end(),

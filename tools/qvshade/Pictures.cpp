@@ -269,13 +269,13 @@ public:
             [](const GraphEvaluator::Input& input) { return input.isRead; },
             [&](const GraphEvaluator::Input& input) {
                 const auto columns = fSphere.attribute(input.name, input.type);
-                const ShadingValue matrix = scene.matrix(input.name, input.type);
+                const ShadingValue value = scene.value(input.name, input.type);
                 if (!columns.empty()) {
                     evaluator.set(input.name, columns);
-                } else if (matrix.type != kInvalidDataType) {
-                    evaluator.set(input.name, matrix);
+                } else if (value.type != kInvalidDataType) {
+                    evaluator.set(input.name, value);
                 }
-                return !columns.empty() || matrix.type != kInvalidDataType;
+                return !columns.empty() || value.type != kInvalidDataType;
             });
         evaluator.evaluate(fSphere.count());
         for (std::size_t i = 0; i < fOutputs.size(); ++i) {
@@ -413,6 +413,7 @@ void drawPictures(const CommandLine& line, const ShadingNodeSpec& spec) {
                       "'--pictures' needs -o OUT with the ending .svg, .png or .html");
     }
     std::string picture;
+    std::vector<std::string> missing;
     try {
         const PictureGraph graph(line, spec);
         const TemporaryFolder folder;
@@ -426,9 +427,10 @@ void drawPictures(const CommandLine& line, const ShadingNodeSpec& spec) {
                 picture.replace(at, name.size(), inside);
             }
         }
-        tellMissing(graph.missing());
+        missing = graph.missing();
     } catch (const Exception& error) {
-        throw failure(kBadFunction, signature(spec) + " cannot be shown: " + error.message);
+        throw failure(kBadFunction,
+                      line.files.front() + ": " + signature(spec) + " cannot be shown: " + error.message);
     }
     if (ending == ".html") {
         picture = "<!DOCTYPE html>\n<html lang=\"en\">\n<head><meta charset=\"utf-8\"><title>" +
@@ -438,4 +440,5 @@ void drawPictures(const CommandLine& line, const ShadingNodeSpec& spec) {
     OutputFiles output;
     output.add(*line.outputFile, picture);
     output.commit();
+    tellMissing(missing);
 }

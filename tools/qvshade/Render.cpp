@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <fstream>
 #include <thread>
 
 using namespace qvShadingDag;
@@ -44,14 +45,14 @@ private:
     bool fShown = false;
 };
 
-/// The image library reports no errors: it leaves the reserved file as it was.
-bool isEmpty(const std::string& path) {
-    std::FILE* file = std::fopen(path.c_str(), "rb");
-    const bool empty = !file || std::fgetc(file) == EOF;
-    if (file) {
-        std::fclose(file);
-    }
-    return empty;
+/// Whether a file ends as a PNG does. The image library reports no errors: when nothing can be
+/// written, or no more, the file is empty or ends too early.
+bool isWholePng(const std::string& path) {
+    const std::string end("\0\0\0\0IEND\xae\x42\x60\x82", 12);
+    std::ifstream file(path, std::ios::binary);
+    std::string read(end.size(), ' ');
+    file.seekg(-static_cast<std::streamoff>(end.size()), std::ios::end);
+    return file.read(read.data(), static_cast<std::streamsize>(read.size())) && read == end;
 }
 
 std::vector<unsigned char> bytesOf(const RasterImage& image) {
@@ -62,6 +63,14 @@ std::vector<unsigned char> bytesOf(const RasterImage& image) {
         bytes.push_back(static_cast<unsigned char>(255 * unit + 0.5));
     }
     return bytes;
+}
+
+ProgramEvaluator evaluatorOf(const ShadingNodeSpec& spec, const PlacementOptions& options) {
+    try {
+        return ProgramEvaluator(spec, options);
+    } catch (const Exception& error) {
+        throw failure(kBadFunction, error.message);
+    }
 }
 
 } // namespace
@@ -79,20 +88,20 @@ void render(const CommandLine& line, const ShadingNodeSpec& spec) {
     checkPlacement(spec, options);
     RasterImage image(size, size);
     std::vector<std::string> missing;
+    ProgramEvaluator evaluator = evaluatorOf(spec, options);
     try {
-        ProgramEvaluator evaluator(spec, options);
         missing = setInputs(
             line, spec, evaluator, evaluator.inputs(), [](const ProgramEvaluator::Input&) { return true; },
             [&](const ProgramEvaluator::Input& input) {
                 const auto columns = scene.attribute(input.name, input.type);
-                const ShadingValue matrix = scene.matrix(input.name, input.type);
+                const ShadingValue value = scene.value(input.name, input.type);
                 const bool perVertex = input.isPerVertex && !columns.empty();
                 if (perVertex) {
                     evaluator.set(input.name, columns);
-                } else if (matrix.type != kInvalidDataType) {
-                    evaluator.set(input.name, matrix);
+                } else if (value.type != kInvalidDataType) {
+                    evaluator.set(input.name, value);
                 }
-                return perVertex || matrix.type != kInvalidDataType;
+                return perVertex || value.type != kInvalidDataType;
             });
         evaluator.setThreads(std::thread::hardware_concurrency());
         evaluator.setCullsBackFaces(line.shape.value_or("sphere") != "plane");
@@ -100,7 +109,8 @@ void render(const CommandLine& line, const ShadingNodeSpec& spec) {
         evaluator.setProgress([&](double part) { progress.show(part); });
         evaluator.draw(scene.numVertices(), scene.triangles(), image);
     } catch (const Exception& error) {
-        throw failure(kBadFunction, signature(spec) + " cannot be rendered: " + error.message);
+        throw failure(kBadFunction,
+                      line.files.front() + ": " + signature(spec) + " cannot be rendered: " + error.message);
     }
 
     std::vector<unsigned char> bytes = bytesOf(image);
@@ -108,7 +118,7 @@ void render(const CommandLine& line, const ShadingNodeSpec& spec) {
     const std::string path = files.reserve(*line.outputFile);
     writeImageToFile(bytes.data(), static_cast<unsigned short>(size), static_cast<unsigned short>(size),
                      path.c_str(), "png");
-    if (isEmpty(path)) {
+    if (!isWholePng(path)) {
         throw failure(kBadOutput, "cannot write '" + *line.outputFile + "'");
     }
     files.commit();

@@ -184,6 +184,7 @@ Scene::Scene(const std::string& shape) {
         addColumns(*data);
     }
     addDirections({lamp.x, lamp.y, lamp.z}, {eye.x, eye.y, eye.z});
+    fToLight = ShadingValue(lamp.x, lamp.y, lamp.z);
     fOnes.assign(fVertices, 1);
 }
 
@@ -251,7 +252,10 @@ std::vector<std::span<const double>> Scene::attribute(const std::string& name, D
     return {};
 }
 
-ShadingValue Scene::matrix(const std::string& name, DataType type) const {
-    const bool known = type == kMatrix4 && (name == "modelView" || name == "modelViewProjection");
-    return !known ? ShadingValue() : name == "modelView" ? fModelView : fModelViewProjection;
+ShadingValue Scene::value(const std::string& name, DataType type) const {
+    const ShadingValue& value = name == "modelView"             ? fModelView
+                                : name == "modelViewProjection" ? fModelViewProjection
+                                                                : fToLight;
+    const bool known = &value != &fToLight || name == "toLight";
+    return known && type == value.type ? value : ShadingValue();
 }

@@ -31,9 +31,9 @@ public:
     /// "normal", "tangent", "uv", "toLight" or "toEye", all in the shape's own space. Empty when it
     /// has nothing of that name and type.
     std::vector<std::span<const double>> attribute(const std::string& name, DataType type) const;
-    /// "modelViewProjection" or "modelView", of the camera; a value without a type when the name or
-    /// the type is another.
-    qvShadingDag::ShadingValue matrix(const std::string& name, DataType type) const;
+    /// What is the same everywhere: "modelViewProjection" and "modelView", of the camera, and "toLight";
+    /// a value without a type when the name or the type is another.
+    qvShadingDag::ShadingValue value(const std::string& name, DataType type) const;
 
 private:
     /// Columns of numbers that an array of vertex data gives, or that follow from the scene.
@@ -52,4 +52,5 @@ private:
     std::vector<double> fOnes;
     qvShadingDag::ShadingValue fModelView;
     qvShadingDag::ShadingValue fModelViewProjection;
+    qvShadingDag::ShadingValue fToLight;
 };
