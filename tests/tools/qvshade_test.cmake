@@ -124,13 +124,6 @@ misunderstood("'--cost' shows both policies" ${surface} surface --cost --policy=
 
 # Whole texts for every target.
 set(programs convert -l ../../../stdlib/stdlib.qvs)
-execute_process(COMMAND ${QVSHADE} convert -l ../stdlib/stdlib.qvs lit_surface.qvs litSurface
-                WORKING_DIRECTORY "${data}/../../../examples" OUTPUT_VARIABLE example)
-file(READ "${data}/../../../README.md" text)
-string(FIND "${text}" "```\n${example}```" place)
-if(place EQUAL -1)
-  message(SEND_ERROR "README.md shows other programs than:\n${example}")
-endif()
 foreach(target glsl330 es300 vulkan450 hlsl cg)
   run(convert_lit_${target} 0 ${programs} ../../../examples/lit_surface.qvs litSurface --target ${target})
 endforeach()
