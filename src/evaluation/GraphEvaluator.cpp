@@ -253,6 +253,11 @@ ShadingValue GraphEvaluator::output(std::size_t output, std::size_t point) const
     return fEvaluation->valueAt(value, point);
 }
 
+std::string GraphEvaluator::mapOfOutput(std::size_t output) const {
+    const Index value = fEvaluation->valueOfOutput(output);
+    return value == FlatProgram::kNone ? "" : mapOfNode(fEvaluation->program().valueNode[value]);
+}
+
 std::span<const double> GraphEvaluator::outputColumn(std::size_t output, int component) const {
     const Index value = fEvaluation->valueOfOutput(output);
     const int width = componentCount(fEvaluation->outputs()[output].type);
@@ -296,6 +301,16 @@ ShadingValue GraphEvaluator::nodeValue(std::size_t index, std::size_t value, std
     const FlatProgram::Node& node = fEvaluation->node(index);
     verifyAlways(value < node.valueCount, "The node has no such value");
     return fEvaluation->valueAt(node.firstValue + static_cast<Index>(value), point);
+}
+
+std::string GraphEvaluator::mapOfNode(std::size_t index) const {
+    const FlatProgram& program = fEvaluation->program();
+    const FlatProgram::Node* node = &fEvaluation->node(index);
+    while (node->kind == FlatProgram::kIdentity) {
+        node = &program.nodes[program.valueNode[program.arguments[node->firstArgument]]];
+    }
+    const bool isMap = node->kind == FlatProgram::kInput && program.inputs[node->what].type == kTexObj;
+    return isMap ? program.inputs[node->what].name : "";
 }
 
 } // namespace qvShadingDag

@@ -102,6 +102,8 @@ public:
     const std::vector<Output>& outputs() const;
     /// The value of an output at one point. Throws when there is none.
     ShadingValue output(std::size_t output, std::size_t point = 0) const;
+    /// The input whose map an output passes on, by name; empty for an output of numbers.
+    std::string mapOfOutput(std::size_t output) const;
     /// One component of an output at all points. Throws when there is none.
     std::span<const double> outputColumn(std::size_t output, int component) const;
 
@@ -117,6 +119,8 @@ public:
     std::vector<Output> valuesOfNode(std::size_t node) const;
     /// One of its values at one point. Throws when there is none, or when none were kept.
     ShadingValue nodeValue(std::size_t node, std::size_t value = 0, std::size_t point = 0) const;
+    /// The input whose map a node is or passes on, by name; empty for a node with numbers.
+    std::string mapOfNode(std::size_t node) const;
     /// @}
 
 private:

@@ -58,11 +58,10 @@ void setInputs(const CommandLine& line, const ShadingNodeSpec& spec, GraphEvalua
 }
 
 std::string nodeLine(const CommandLine& line, const GraphEvaluator& evaluator, std::size_t node) {
-    const std::string operation = evaluator.operationOfNode(node);
     const auto values = evaluator.valuesOfNode(node);
-    std::string text = std::to_string(node) + "\t" + operation;
+    std::string text = std::to_string(node) + "\t" + evaluator.operationOfNode(node);
     for (std::size_t i = 0; i < values.size(); ++i) {
-        const std::string* map = values[i].type == kTexObj ? valueOf(line, operation) : nullptr;
+        const std::string* map = valueOf(line, evaluator.mapOfNode(node));
         text += "\t" + (values.size() > 1 ? values[i].name + "=" : "") +
                 (map ? *map : evaluator.nodeValue(node, i).toString());
     }
@@ -82,7 +81,9 @@ void evaluate(const CommandLine& line, const ShadingNodeSpec& spec) {
             text += nodeLine(line, evaluator, node);
         }
         for (std::size_t i = 0; i < evaluator.outputs().size(); ++i) {
-            text += evaluator.outputs()[i].name + " = " + evaluator.output(i).toString() + "\n";
+            const std::string* map = valueOf(line, evaluator.mapOfOutput(i));
+            text +=
+                evaluator.outputs()[i].name + " = " + (map ? *map : evaluator.output(i).toString()) + "\n";
         }
     } catch (const Exception& error) {
         throw failure(kBadFunction,
