@@ -38,12 +38,8 @@ double randomNumber(std::mt19937& random, DataType type, bool small) {
         return kind % 2;
     }
     if (isFlat(type)) {
-#ifdef _WIN32
-        // Mesa's 32-bit interpreter moves whole numbers through float registers, which change those that
-        // look like signalling not-a-numbers.
-        return static_cast<int>(random() % 21) - 10;
-#endif
-        return kind == 0 ? static_cast<std::int32_t>(random()) : static_cast<int>(random() % 21) - 10;
+        return kind == 0 && !ProofScene::fsOnlySmallInts ? static_cast<std::int32_t>(random())
+                                                         : static_cast<int>(random() % 21) - 10;
     }
     if (isBetween(type, kClampu, kClampu4)) {
         return static_cast<float>(kind == 0 ? 3 * unit() - 1 : unit()); // some to be clamped

@@ -21,6 +21,10 @@ using namespace qvShadingDag;
 struct ProofScene {
     static constexpr int kWidth = 16, kHeight = 8; // whole quads
 
+    /// For Mesa's 32-bit interpreter, which moves ints through float registers: those change numbers
+    /// that look like signalling not-a-numbers.
+    static inline bool fsOnlySmallInts = false;
+
     GlDraw::Shape shape = GlDraw::kPoints;
     int vertices = kWidth * kHeight;
 

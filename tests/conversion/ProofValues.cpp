@@ -97,7 +97,7 @@ public:
         }
         fColumns.assign(columns, std::vector<double>(kPixels));
         for (std::size_t i = 0; i < scene.inputs.size(); ++i) {
-            fTextures.push_back([&scene, i](const TextureLookup& lookup, double(&texel)[4]) {
+            fTextures.push_back([i](const TextureLookup& lookup, double(&texel)[4]) {
                 ProofScene::lookUp(glKind(lookup.kind), static_cast<int>(i), lookup.coordinates, texel);
             });
         }

@@ -19,6 +19,7 @@ namespace {
 GlDriver* driver() {
     GlDriver* found = GlDriver::get();
 #ifdef _WIN32
+    ProofScene::fsOnlySmallInts = true;
     if (found == nullptr) {
         std::printf("LEFT OUT: drawing under Wine, %s\n", GlDriver::whyMissing().c_str());
     }
