@@ -291,7 +291,9 @@ void sinkAffine(PlacedProgram& placed) {
     for (int turn = 0; turn < kMaxTurns && crossings.choose(); ++turn) {
         crossings.sink();
     }
-    followSunk(placed);
+    if (std::find(placed.roles.begin(), placed.roles.end(), PlacedProgram::kDropped) != placed.roles.end()) {
+        followSunk(placed);
+    }
 }
 
 } // namespace qvShadingDag
