@@ -177,7 +177,7 @@ std::vector<unsigned char> pictureOf(const NodeValue& value, const Range& range,
         const double unit = stretched ? (number - range.low) / (range.high - range.low)
                             : halved  ? number / extent / 2 + 0.5
                                       : number;
-        return static_cast<unsigned char>(255 * std::clamp(unit, 0.0, 1.0) + 0.5);
+        return static_cast<unsigned char>(std::lround(255 * std::clamp(unit, 0.0, 1.0)));
     };
     for (std::size_t i = 0; i < sphere.count(); ++i) {
         if (!sphere.shown[i]) {
@@ -201,11 +201,10 @@ std::vector<unsigned char> pictureOf(const NodeValue& value, const Range& range,
 std::string textOf(const NodeValue& value, const Range& range) {
     std::string text;
     if (isMatrix(value.type)) {
-        const int side = value.type - kMatrix2 + 2;
-        for (int row = 0; row < side; ++row) {
-            for (int column = 0; column < side; ++column) {
-                text += (column > 0 ? " " : "") +
-                        shortNumber(value.columns[static_cast<std::size_t>(row * side + column)][0]);
+        const auto side = static_cast<std::size_t>(value.type - kMatrix2 + 2);
+        for (std::size_t row = 0; row < side; ++row) {
+            for (std::size_t column = 0; column < side; ++column) {
+                text += (column > 0 ? " " : "") + shortNumber(value.columns[row * side + column][0]);
             }
             text += row + 1 < side ? "\n" : "";
         }
@@ -375,8 +374,9 @@ private:
                 std::vector<unsigned char> picture = pictureOf(value, range, fSphere);
                 writeImageToFile(picture.data(), kSide, kSide, files.back().c_str(), "png");
                 const std::string side = std::to_string(kShownSide);
-                cells += "<TR><TD BGCOLOR=\"#b0b0b0\" FIXEDSIZE=\"TRUE\" WIDTH=\"" + side + "\" HEIGHT=\"" +
-                         side + "\"><IMG SCALE=\"TRUE\" SRC=\"" + escaped(files.back()) + "\"/></TD></TR>";
+                cells.append("<TR><TD BGCOLOR=\"#b0b0b0\" FIXEDSIZE=\"TRUE\" WIDTH=\"").append(side);
+                cells.append("\" HEIGHT=\"").append(side).append("\"><IMG SCALE=\"TRUE\" SRC=\"");
+                cells.append(escaped(files.back())).append("\"/></TD></TR>");
             }
             if (!text.empty()) {
                 cells += "<TR><TD>" + escaped(text) + "</TD></TR>";

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <thread>
@@ -60,7 +61,7 @@ std::vector<unsigned char> bytesOf(const RasterImage& image) {
     bytes.reserve(image.color.size());
     for (const float component : image.color) {
         const double unit = component > 0 ? std::min<double>(component, 1) : 0; // not-a-number is 0
-        bytes.push_back(static_cast<unsigned char>(255 * unit + 0.5));
+        bytes.push_back(static_cast<unsigned char>(std::lround(255 * unit)));
     }
     return bytes;
 }
