@@ -54,7 +54,9 @@ const std::vector<std::filesystem::path>& surfaces() {
     static const std::vector<std::filesystem::path> files = [] {
         std::vector<std::filesystem::path> found;
         for (const auto& entry : std::filesystem::directory_iterator(QV_SURFACES)) {
-            found.push_back(entry.path());
+            if (entry.path().extension() == ".qvs") {
+                found.push_back(entry.path());
+            }
         }
         std::sort(found.begin(), found.end());
         return found;

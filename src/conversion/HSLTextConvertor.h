@@ -24,6 +24,7 @@ class ShadingNodeSpec;
 /// Without a position of its own the function is drawn at the connector's `vertexPosition`.
 class QV_EXPORT HSLTextConvertor : public HSLConvertor {
 public:
+    /// Nothing is read before `convert`.
     HSLTextConvertor(const ShadingNodeSpec& function, ConversionOptions options = ConversionOptions());
     HSLTextConvertor(const HSLTextConvertor&) = delete;
     HSLTextConvertor& operator=(const HSLTextConvertor&) = delete;

@@ -33,6 +33,7 @@ struct QV_EXPORT HostUniform {
 /// changed is computed again. A clampu input is clamped, an input that was never set is 0.
 class QV_EXPORT HostUniforms {
 public:
+    /// For a program that a convertor has made, which the object shares.
     explicit HostUniforms(ConvertedProgram program);
 
     /// Sets an input of the function, or the matrix `modelViewProjection` that a program without a
