@@ -321,10 +321,10 @@ public:
 
     void run() {
         const std::size_t strips = fRasterizer.numStrips();
-        const std::size_t threads = std::min<std::size_t>(fPair.threads, strips);
+        const std::size_t wanted = std::min<std::size_t>(fPair.threads, strips);
         std::vector<std::thread> helpers;
-        helpers.reserve(threads);
-        for (std::size_t i = 1; i < threads; ++i) {
+        helpers.reserve(wanted);
+        for (std::size_t i = 1; i < wanted; ++i) {
             try {
                 helpers.emplace_back([this] { work(false); });
             } catch (const std::exception&) {
