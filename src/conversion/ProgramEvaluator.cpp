@@ -395,6 +395,9 @@ private:
             width += static_cast<std::size_t>(componentCount(fPair.fPlaced.flat.valueTypes[varying.value]));
         }
         std::vector<double> columns(width * points);
+        if (columns.empty()) {
+            return columns;
+        }
         for (std::size_t q = 0; q < quads.size(); ++q) {
             double weights[4][3];
             const unsigned int* corners = fRasterizer.weights(quads[q], weights);

@@ -348,17 +348,15 @@ void SourceChecker::readFunction() {
 
 /// [frequencies] type name "(" {parameter} ")"
 void SourceChecker::readHeader(CheckedFunction& function) {
-    const std::size_t first = token().begin;
+    const std::size_t first = fPosition;
     function.resultRange = readRange();
-    fResultFrequency = {first, before().end};
+    const bool hasFrequency = fPosition > first; // a file may begin with the type
     if (type() != kDataTypeName) {
         const char* foreign = insteadOf(kForeignTypes, text());
         giveUpAt(token(), foreign ? foreign : "expected a type, found " + found());
     }
     function.result = token().dataType;
-    if (fResultFrequency.begin == token().begin) {
-        fResultFrequency = extentOf(token());
-    }
+    fResultFrequency = hasFrequency ? Extent{fTokens[first].begin, before().end} : extentOf(token());
     ++fPosition;
     fNamePlace = fPosition;
     function.place = fSource.noteAt(token().begin, "");
