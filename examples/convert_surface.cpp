@@ -42,14 +42,19 @@ int main(int argc, char** argv) {
     if (argc != 4) {
         return fail("convert_surface STDLIB SURFACES FUNCTION");
     }
+    // clang-format off: the documents show these lines as they stand here
     ShadingParser library, surface; // one parser a file
-    if (!library.parseFile(argv[1], false)) return fail(library.errorString());
-    if (!surface.parseFile(argv[2], false)) return fail(surface.errorString());
+    if (!library.parseFile(argv[1], false))
+        return fail(library.errorString());
+    if (!surface.parseFile(argv[2], false))
+        return fail(surface.errorString());
     const ShadingNodeSpec* function = ShadingNodeSpec::findSpecInLibrary(argv[3]);
-    if (!function) return fail("no function '" + std::string(argv[3]) + "'");
+    if (!function)
+        return fail("no function '" + std::string(argv[3]) + "'");
     ConversionOptions options(ProgramTarget::glsl330());
     ProgramConvertor convertor(*function, options);
-    if (!convertor.convert()) return fail(convertor.errorString());
+    if (!convertor.convert())
+        return fail(convertor.errorString());
     link(convertor.vertexProgram(), convertor.fragmentProgram());
     HostUniforms host(convertor.program());
     host.set("light", {1, 0.9, 0.8});
@@ -57,6 +62,7 @@ int main(int argc, char** argv) {
     for (const HostUniform& uniform : host.values()) {
         upload(uniform);
     }
+    // clang-format on
     ShadingNodeSpec::clearLibrary();
     return 0;
 }

@@ -4,6 +4,7 @@
 #include "evaluation/KernelCall.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <utility>
@@ -16,12 +17,14 @@ using Index = FlatProgram::Index;
 constexpr Index kNone = FlatProgram::kNone;
 
 bool sameNumbers(const ShadingValue& a, const ShadingValue& b) {
-    return std::memcmp(a.c.data(), b.c.data(), sizeof(a.c)) == 0;
+    return std::equal(a.c.begin(), a.c.end(), b.c.begin(), [](double x, double y) {
+        return std::bit_cast<std::uint64_t>(x) == std::bit_cast<std::uint64_t>(y);
+    });
 }
 
 } // namespace
 
-HostUniforms::HostUniforms(ConvertedProgram program) : fProgram(std::move(program)) {
+HostUniforms::HostUniforms(const ConvertedProgram& program) : fProgram(program) {
     if (!fProgram.data()) {
         return;
     }

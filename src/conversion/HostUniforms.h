@@ -34,7 +34,7 @@ struct QV_EXPORT HostUniform {
 class QV_EXPORT HostUniforms {
 public:
     /// For a program that a convertor has made, which the object shares.
-    explicit HostUniforms(ConvertedProgram program);
+    explicit HostUniforms(const ConvertedProgram& program);
 
     /// Sets an input of the function, or the matrix `modelViewProjection` that a program without a
     /// position of its own multiplies by. False, and nothing is set, when no uniform depends on such

@@ -258,10 +258,10 @@ double ProgramEvaluation::numberAt(const Given& given, int component, std::size_
 ClipPosition ProgramEvaluation::impliedPosition(std::size_t vertex) const {
     const ShadingValue matrix = fGiven[fImpliedMatrix].value.delivered();
     double clip[4] = {};
-    for (int row = 0; row < 4; ++row) {
-        const double number = numberAt(fGiven[fImpliedPosition], row, vertex);
-        for (int column = 0; column < 4; ++column) {
-            clip[column] += number * matrix.c[static_cast<std::size_t>(4 * row + column)];
+    for (std::size_t row = 0; row < 4; ++row) {
+        const double number = numberAt(fGiven[fImpliedPosition], static_cast<int>(row), vertex);
+        for (std::size_t column = 0; column < 4; ++column) {
+            clip[column] += number * matrix.c[4 * row + column];
         }
     }
     return {clip[0], clip[1], clip[2], clip[3]};

@@ -233,7 +233,7 @@ const unsigned int* Rasterizer::weights(const FragmentQuad& quad, double (&resul
     const Triangle& triangle = fTriangles[quad.triangle];
     for (unsigned int p = 0; p < 4; ++p) {
         const double x = quad.x + (p & 1U) + 0.5;
-        const double y = quad.y + p / 2 + 0.5;
+        const double y = quad.y + (p >> 1U) + 0.5;
         double sum = 0;
         for (int i = 0; i < 3; ++i) {
             result[p][i] = triangle.edges[i].at(x, y);
@@ -252,7 +252,7 @@ std::size_t Rasterizer::pixelOf(const FragmentQuad& quad, std::size_t point) con
 
 float Rasterizer::depthOf(const FragmentQuad& quad, std::size_t point) const {
     const double z = fTriangles[quad.triangle].depth.at(quad.x + static_cast<double>(point & 1U) + 0.5,
-                                                        quad.y + static_cast<double>(point / 2) + 0.5);
+                                                        quad.y + static_cast<double>(point >> 1U) + 0.5);
     return static_cast<float>((z + 1) / 2);
 }
 

@@ -52,6 +52,8 @@ ParticleData::ParticleData(const ParticleData& other)
       fDataIndex(makeIndex(other.drawType(), *other.fDataIndex->dataPtrArrayPtr())), fSize(other.fSize),
       fNormals(other.fNormals), fColors(other.fColors), fAlphas(other.fAlphas) {
     std::copy(std::begin(other.fColor), std::end(other.fColor), fColor);
+    // The analyser does not see that fDataIndex owns what makeIndex returned.
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
     if (other.fIndexing) {
         fIndexing.reset(new unsigned int[other.fIndexingLength]);
         std::copy_n(other.fIndexing.get(), other.fIndexingLength, fIndexing.get());

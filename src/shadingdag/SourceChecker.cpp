@@ -396,7 +396,7 @@ void SourceChecker::readHeader(CheckedFunction& function) {
 }
 
 std::string SourceChecker::readFunctionName() {
-    const std::string name = text();
+    std::string name = text();
     if (type() == kDataTypeName || isFrequency(type()) || type() == kOut || type() == kReturn ||
         type() == kOutputKeyword) {
         giveUpAt(token(), quote(name) + " is a keyword and cannot name a function");

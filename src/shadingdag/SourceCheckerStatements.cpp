@@ -59,9 +59,7 @@ void SourceChecker::readStatement() {
             readDeclaration();
         } else if (reportForeignSyntax()) {
             throw GivenUp();
-        } else if (reportUnknownType()) {
-            readDeclaration();
-        } else if (type() == kDataTypeName) {
+        } else if (reportUnknownType() || type() == kDataTypeName) {
             readDeclaration();
         } else if (type() == kReturn) {
             readReturn();

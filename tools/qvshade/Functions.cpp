@@ -135,7 +135,7 @@ Functions readFile(const std::string& file) {
     static std::vector<std::string> earlier; // what the functions of the file may call
     ShadingParser parser;
     bool read = false;
-    const Functions added = addWith([&] { read = parser.parseFile(file, false); });
+    Functions added = addWith([&] { read = parser.parseFile(file, false); });
     if (!read) {
         // An error in the source has a place; a file that cannot be read has none.
         if (parser.diagnostics().empty()) {

@@ -201,7 +201,7 @@ std::vector<unsigned char> pictureOf(const NodeValue& value, const Range& range,
 std::string textOf(const NodeValue& value, const Range& range) {
     std::string text;
     if (isMatrix(value.type)) {
-        const auto side = static_cast<std::size_t>(value.type - kMatrix2 + 2);
+        const std::size_t side = value.type == kMatrix2 ? 2 : value.type == kMatrix3 ? 3 : 4;
         for (std::size_t row = 0; row < side; ++row) {
             for (std::size_t column = 0; column < side; ++column) {
                 text += (column > 0 ? " " : "") + shortNumber(value.columns[row * side + column][0]);

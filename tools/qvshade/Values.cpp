@@ -84,7 +84,8 @@ ShadingValue readValue(const std::string& text, const ShadingAttribute& input) {
         const std::string component = text.substr(start, end - start);
         double number = 0;
         if (!readComponent(component, value.type, number)) {
-            throw badValue(input, "'" + component + "' in '" + text + "' is no component of that type");
+            throw badValue(input, std::string("'").append(component).append("' in '").append(text).append(
+                                      "' is no component of that type"));
         }
         if (count < width) {
             value.c[static_cast<std::size_t>(count)] = number;
